@@ -1,0 +1,20 @@
+#include "app/main.h"
+
+#include <optional>
+
+#include "diag/DRLogging.h"
+#include "model/FileUtils.h"
+#include "platform/ApplicationHost.h"
+
+namespace velune {
+
+int main(int argc, char** argv) {
+  const char* program = argc > 0 ? argv[0] : nullptr;
+  DRLOG(kLogInfo, "Running %s", program);
+  // The build's own date and time.
+  DRLOG(kLogInfo, "Built (main) on %s @ %s", __DATE__, __TIME__);
+  FileUtils::logFileAttributes(program ? program : "");
+  return platform::ApplicationHost::main(argc, argv, std::nullopt, "AppDelegate");
+}
+
+}  // namespace velune

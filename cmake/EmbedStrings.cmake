@@ -1,0 +1,16 @@
+# Writes a C++ source that holds every JSON string table as a raw string.
+# Invoked at build time: cmake -DOUTPUT=... -DINPUTS="a.json;b.json" -P EmbedStrings.cmake
+set(_body "// Generated from resources/strings/*.json; do not edit.\n#include \"platform/EmbeddedStrings.h\"\n\nnamespace velune::platform {\nnamespace {\nconstexpr std::string_view kTables[] = {\n")
+string(REPLACE "|" ";" INPUTS "${INPUTS}")
+set(_count 0)
+foreach(_input IN LISTS INPUTS)
+  file(READ "${_input}" _content)
+  string(APPEND _body "    R\"VLSTRTABLE(${_content})VLSTRTABLE\",\n")
+  math(EXPR _count "${_count} + 1")
+endforeach()
+if(_count EQUAL 0)
+  string(APPEND _body "    \"{}\",\n")
+endif()
+string(APPEND _body "};\n}  // namespace\n\nstd::span<const std::string_view> embeddedStringTables() { return kTables; }\n\n}  // namespace velune::platform\n")
+file(WRITE "${OUTPUT}.tmp" "${_body}")
+file(COPY_FILE "${OUTPUT}.tmp" "${OUTPUT}" ONLY_IF_DIFFERENT)

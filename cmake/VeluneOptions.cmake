@@ -1,0 +1,25 @@
+# Compiler options shared by every target of the project.
+add_library(velune_options INTERFACE)
+target_compile_options(velune_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast
+  -Wcast-align -Woverloaded-virtual -Wnull-dereference -Wformat=2
+  -Wimplicit-fallthrough
+  # Source paths in log records are relative to the project root.
+  -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+if(VELUNE_WERROR)
+  target_compile_options(velune_options INTERFACE -Werror)
+endif()
+target_include_directories(velune_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
+
+if(VELUNE_SANITIZE)
+  string(REPLACE ";" "," _sanitizers "${VELUNE_SANITIZE}")
+  target_compile_options(velune_options INTERFACE -fsanitize=${_sanitizers} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(velune_options INTERFACE -fsanitize=${_sanitizers})
+endif()
+
+# Collects the sources of one layer folder; every .cpp of the folder belongs to
+# its layer's library, so adding a class never touches a shared list.
+function(velune_layer_sources out dir)
+  file(GLOB_RECURSE _sources CONFIGURE_DEPENDS ${dir}/*.cpp)
+  set(${out} ${_sources} PARENT_SCOPE)
+endfunction()

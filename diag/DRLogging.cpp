@@ -1,0 +1,233 @@
+#include "diag/DRLogging.h"
+
+#include <cmath>
+#include <cstdio>
+#include <mutex>
+
+#include "diag/DRZSLClient.h"
+#include "platform/Clock.h"
+#include "platform/DispatchQueue.h"
+#include "platform/ProcessInfo.h"
+
+namespace velune {
+namespace {
+
+using platform::Value;
+
+struct PendingMessage {
+  std::string sourceFile;
+  std::string functionName;
+  unsigned line = 0;
+  std::string facility;
+  int level = 0;
+  std::optional<std::string> message;
+  std::string queueLabel;
+  std::optional<Value::Dictionary> extraKeys;
+};
+
+// Filled once, on the log queue, before the first record is built.
+char gHostName[255];
+char gProcessId[64];
+std::once_flag gProcessBuffersOnce;
+
+void fillProcessBuffers() {
+  const auto host = platform::ProcessInfo::hostName();
+  std::snprintf(gHostName, sizeof gHostName, "%s", host ? host->c_str() : "UnknownHost");
+  std::snprintf(gProcessId, sizeof gProcessId, "%lu", platform::ProcessInfo::processIdentifier());
+}
+
+// Messages are sent as UTF-8: a byte that does not belong to a valid sequence
+// becomes U+FFFD.
+std::string validUTF8(const std::string& text) {
+  std::string out;
+  out.reserve(text.size());
+  size_t i = 0;
+  while (i < text.size()) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    size_t length = c < 0x80 ? 1 : (c & 0xE0) == 0xC0 ? 2 : (c & 0xF0) == 0xE0 ? 3 : (c & 0xF8) == 0xF0 ? 4 : 0;
+    bool valid = length > 0 && i + length <= text.size();
+    std::uint32_t cp = length == 1 ? c : length == 2 ? (c & 0x1F) : length == 3 ? (c & 0x0F) : (c & 0x07);
+    for (size_t k = 1; valid && k < length; ++k) {
+      const auto cc = static_cast<unsigned char>(text[i + k]);
+      valid = (cc & 0xC0) == 0x80;
+      cp = (cp << 6) | (cc & 0x3F);
+    }
+    if (valid && length > 1) {
+      valid = !((length == 2 && cp < 0x80) || (length == 3 && cp < 0x800) || (length == 4 && cp < 0x10000) ||
+                cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF));
+    }
+    if (valid) {
+      out.append(text, i, length);
+      i += length;
+    } else {
+      out += "\xEF\xBF\xBD";
+      ++i;
+    }
+  }
+  return out;
+}
+
+std::string number(unsigned long value) {
+  char buffer[64];
+  std::snprintf(buffer, sizeof buffer, "%lu", value);
+  return buffer;
+}
+
+void buildAndSend(const PendingMessage& pending) {
+  DRZSLClient& client = DRZSLClient::ZSLClient();
+  if (auto record = client.systemLog().newRecord()) {
+    std::call_once(gProcessBuffersOnce, fillProcessBuffers);
+
+    char buffer[64];
+    const auto& clock = platform::Clock::current();
+    if (const auto precise = clock.preciseNow()) {
+      const double seconds = std::floor(precise->timeIntervalSince1970());
+      const auto micros = static_cast<int>(
+          std::min(999999.0, std::round((precise->timeIntervalSince1970() - seconds) * 1e6)));
+      record->set("Time", number(static_cast<unsigned long>(seconds)));
+      std::snprintf(buffer, sizeof buffer, "%d", micros * 1000);
+      record->set("TimeNanoSec", buffer);
+    } else {
+      record->set("Time", number(static_cast<unsigned long>(std::floor(clock.now().timeIntervalSince1970()))));
+    }
+
+    const int level = pending.level >= 0 && pending.level <= 7 ? pending.level : 9;
+    record->set("Level", std::string(1, static_cast<char>('0' + level)));
+    record->set("Facility", kLogFacility);
+    record->set("PID", gProcessId);
+    record->set("Host", gHostName);
+    if (pending.message) {
+      record->set("Message", validUTF8(*pending.message));
+    }
+    record->set("Source", pending.sourceFile);
+    if (pending.line >= 1) {
+      std::snprintf(buffer, sizeof buffer, "%u", pending.line);
+      record->set("Line", buffer);
+    }
+    record->set("Function", DRLogFunctionName(pending.functionName));
+    record->set("DRFacility", pending.facility);
+    if (client.logLevel() >= 6) {
+      record->set("DRLogToFile", "1");
+    }
+    if (!pending.queueLabel.empty()) {
+      record->set("Thread", pending.queueLabel);
+    }
+    if (pending.extraKeys) {
+      for (const auto& [key, value] : *pending.extraKeys) {
+        record->set(key, value.description());
+      }
+    }
+    client.systemLog().send(client.zslClient(), *record);
+  }
+  client.consoleLog().write(pending.message ? validUTF8(*pending.message) : std::string("(null)"));
+}
+
+}  // namespace
+
+bool DRLogLevelEnabled(int level) { return DRZSLClient::ZSLClient().logLevel() >= level; }
+
+int DRLogLevelForZSL() { return DRZSLClient::ZSLClient().logLevelForZSL(); }
+
+void DRSetLogLevel(int level) { DRZSLClient::ZSLClient().setLogLevel(level); }
+
+void DRLogv(const char* sourceFile, const char* functionName, unsigned line, std::string_view facility, int level,
+            const void* context, const Value::Dictionary* extraKeys, std::string_view format,
+            std::span<const platform::FormatArg> arguments) {
+  if (!DRLogLevelEnabled(level)) {
+    return;
+  }
+  std::string message = platform::formatList(format, arguments);
+  std::optional<Value::Dictionary> extras;
+  if (extraKeys != nullptr) {
+    extras = *extraKeys;
+  }
+  DRLogSendMessage(sourceFile, functionName, line, facility, level, context, std::move(message), std::move(extras));
+}
+
+void DRLogSendMessage(const char* sourceFile, const char* functionName, unsigned line, std::string_view facility,
+                      int level, const void* /*context: carried, written nowhere*/, std::optional<std::string> message,
+                      std::optional<Value::Dictionary> extraKeys) {
+  PendingMessage pending;
+  pending.sourceFile = sourceFile ? sourceFile : "";
+  pending.functionName = functionName ? functionName : "";
+  pending.line = line;
+  pending.facility = std::string(facility);
+  pending.level = level;
+  pending.message = std::move(message);
+  pending.queueLabel = platform::DispatchQueue::currentLabel();
+  pending.extraKeys = std::move(extraKeys);
+  DRZSLClient::ZSLClient().performLoggingBlock(
+      [pending = std::move(pending)] { buildAndSend(pending); });
+}
+
+void _VeluneDriveLogTest() {
+  DRZSLClient& client = DRZSLClient::ZSLClient();
+  const auto line = platform::format("ZSL log level is %@", DRLogLevelForZSL());
+  client.performLoggingBlock([&client, line] { client.consoleLog().write(line); });
+  DRLOG(kLogDebug, "LOG_DEBUG");
+  DRLOG(kLogInfo, "LOG_INFO");
+  DRLOG(kLogWarning, "LOG_WARNING");
+  DRLOG(kLogErr, "LOG_ERR");
+  DRLOG(kLogCrit, "LOG_CRIT");
+  DRLOG(kLogAlert, "LOG_ALERT");
+}
+
+void DRLogFlush() {
+  const auto& queue = DRZSLClient::ZSLClient().logQueue();
+  if (queue->isCurrent()) {
+    return;
+  }
+  queue->sync([] {});
+}
+
+std::string DRLogFunctionName(std::string_view prettyFunction) {
+  std::string pretty(prettyFunction);
+  for (const std::string_view noise : {std::string_view("(anonymous namespace)::"), std::string_view("velune::")}) {
+    for (size_t at = pretty.find(noise); at != std::string::npos; at = pretty.find(noise)) {
+      pretty.erase(at, noise.size());
+    }
+  }
+  // The qualified name ends at the first "(" outside template brackets.
+  int depth = 0;
+  size_t end = pretty.size();
+  for (size_t i = 0; i < pretty.size(); ++i) {
+    const char c = pretty[i];
+    if (c == '<') {
+      ++depth;
+    } else if (c == '>' && depth > 0) {
+      --depth;
+    } else if (c == '(' && depth == 0) {
+      // "operator()" is a name, not its parameter list.
+      if (i >= 8 && pretty.compare(i - 8, 8, "operator") == 0 && i + 1 < pretty.size() && pretty[i + 1] == ')') {
+        ++i;
+        continue;
+      }
+      end = i;
+      break;
+    }
+  }
+  std::string_view name = std::string_view(pretty).substr(0, end);
+  // Drop the return type: the name starts after the last blank outside brackets.
+  depth = 0;
+  size_t begin = 0;
+  for (size_t i = 0; i < name.size(); ++i) {
+    const char c = name[i];
+    if (c == '<') {
+      ++depth;
+    } else if (c == '>' && depth > 0) {
+      --depth;
+    } else if (c == ' ' && depth == 0) {
+      begin = i + 1;
+    }
+  }
+  std::string result(name.substr(begin));
+  if (result.empty()) {
+    return std::string(prettyFunction);
+  }
+  if (pretty.find("<lambda") != std::string::npos) {
+    result += "_block_invoke";
+  }
+  return result;
+}
+
+}  // namespace velune

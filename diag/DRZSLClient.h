@@ -1,0 +1,75 @@
+#pragma once
+// DRZSLClient: the process's one client of the system log.
+//
+// Made on first use (by the first log call) and kept for the life of the
+// process. It opens the SystemLog and chooses the level from the preference
+// "DRLogLevel" and the marker file on its serial queue
+// "com.vorlan.velunedriveapp.logging" (utility class, relative priority -15),
+// and again whenever "com.vorlan.managedconfiguration.defaultsdidchange" is
+// posted. Records are built, sent and echoed to the console on that queue,
+// one at a time, in submission order.
+//
+// The SystemLog and ConsoleLog are those installed when the client is made.
+// The PreferencesStore and FileSystem that choose the level are read at each
+// choice; they must not log while doing so (the client may be under
+// construction).
+
+#include <atomic>
+#include <functional>
+#include <memory>
+
+#include "platform/ConsoleLog.h"
+#include "platform/DispatchQueue.h"
+#include "platform/SystemLog.h"
+
+namespace velune {
+
+inline constexpr const char* kLogQueueLabel = "com.vorlan.velunedriveapp.logging";
+inline constexpr const char* kLogFacility = "com.vorlan.VeluneDriveApp";
+inline constexpr const char* kLogLevelPreferenceKey = "DRLogLevel";
+inline constexpr const char* kManagedDefaultsDidChangeNotification =
+    "com.vorlan.managedconfiguration.defaultsdidchange";
+inline constexpr const char* kQuotaDisabledEnvironmentVariable = "ZSL_QUOTA_DISABLED";
+
+class DRZSLClient {
+ public:
+  // The shared instance, made exactly once (thread-safe).
+  static DRZSLClient& ZSLClient();
+
+  // Readable by anyone without a lock.
+  int logLevel() const { return logLevel_.load(std::memory_order_relaxed); }
+  // logLevel, at most 7.
+  int logLevelForZSL() const;
+  // Stores the level on the caller's thread, then sets the filter mask on the
+  // log queue and waits for it. Not from the log queue.
+  void setLogLevel(int level);
+  void performLoggingBlock(std::function<void()> block);
+  const std::shared_ptr<platform::DispatchQueue>& logQueue() const { return logQueue_; }
+
+  // Chooses the level from the preference and the marker file. Runs on the log queue.
+  void _setLogLevelFromDefaults();
+
+  platform::SystemLog& systemLog() const { return *systemLog_; }
+  platform::SystemLog::Client* zslClient() const { return zslClient_; }
+  platform::ConsoleLog& consoleLog() const { return *consoleLog_; }
+
+  // Closes the system log on the log queue. The shared instance is never
+  // destroyed.
+  ~DRZSLClient();
+  DRZSLClient(const DRZSLClient&) = delete;
+  DRZSLClient& operator=(const DRZSLClient&) = delete;
+
+ private:
+  DRZSLClient();
+
+  std::shared_ptr<platform::SystemLog> systemLog_;
+  std::shared_ptr<platform::ConsoleLog> consoleLog_;
+  platform::SystemLog::Client* zslClient_ = nullptr;
+  std::atomic<int> logLevel_{6};
+  std::shared_ptr<platform::DispatchQueue> logQueue_;
+};
+
+// The filter mask for a level: levels 0 to `level` (none below 0).
+std::uint32_t DRLogFilterMask(int level);
+
+}  // namespace velune

@@ -1,0 +1,44 @@
+#include "host/HomeLayout.h"
+
+#include <sys/stat.h>
+
+#include <cstdlib>
+
+#include "host/FileIO.h"
+
+namespace velune::host {
+
+HomeLayout::HomeLayout(std::string root) : root_(std::move(root)) {
+  while (root_.size() > 1 && root_.back() == '/') {
+    root_.pop_back();
+  }
+}
+
+std::optional<platform::Error> HomeLayout::ensureSkeleton() const {
+  for (const std::string& folder : {root_, mobileDocuments(), cloud(), appData(), logsDirectory()}) {
+    if (auto error = makeDirectories(folder)) {
+      return error;
+    }
+  }
+  struct stat info {};
+  if (stat(standardPreferences().c_str(), &info) != 0) {
+    if (auto error = writeFileAtomically(standardPreferences(), "{\n  \"DRLogLevel\": 7\n}\n")) {
+      return error;
+    }
+  }
+  return std::nullopt;
+}
+
+std::string HomeLayout::defaultDemoHome() {
+  std::string base;
+  if (const char* xdg = std::getenv("XDG_DATA_HOME"); xdg != nullptr && xdg[0] == '/') {
+    base = xdg;
+  } else if (const char* home = std::getenv("HOME"); home != nullptr && home[0] != '\0') {
+    base = std::string(home) + "/.local/share";
+  } else {
+    base = "/tmp";
+  }
+  return base + "/velunedrive/demo-home";
+}
+
+}  // namespace velune::host

@@ -1,0 +1,24 @@
+#include "host/HostPlatform.h"
+
+#include "host/InProcessNotificationService.h"
+#include "host/JsonPreferencesStore.h"
+#include "host/LinuxApplicationHost.h"
+#include "host/PosixFileSystem.h"
+#include "host/StandardErrorConsoleLog.h"
+
+namespace velune::host {
+
+platform::Services HostPlatform::makeServices(const HostOptions& options) {
+  const HomeLayout layout(options.home);
+  platform::Services services;
+  services.applicationHost = std::make_shared<LinuxApplicationHost>();
+  services.systemLog = makeSystemLog(options.systemLog, layout.systemLogFile());
+  services.consoleLog = std::make_shared<StandardErrorConsoleLog>();
+  services.notifications = std::make_shared<InProcessNotificationService>();
+  services.standardPreferences =
+      std::make_shared<JsonPreferencesStore>(layout.standardPreferences(), options.argumentDomain);
+  services.fileSystem = std::make_shared<PosixFileSystem>();
+  return services;
+}
+
+}  // namespace velune::host

@@ -1,0 +1,175 @@
+#include "host/SystemLogs.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "host/FileIO.h"
+
+#ifdef VELUNE_HAVE_SYSTEMD
+#include <sys/uio.h>
+#include <systemd/sd-journal.h>
+#endif
+
+namespace velune::host {
+
+using platform::SystemLogRecord;
+
+std::string systemLogRecordJson(const SystemLogRecord& record) {
+  nlohmann::ordered_json object = nlohmann::ordered_json::object();
+  for (const auto& [key, value] : record.fields()) {
+    object[key] = value;
+  }
+  return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+platform::SystemLog::Client* FilteringSystemLog::open(const char*, std::string_view, std::uint32_t) {
+  return new FilteringClient();
+}
+
+void FilteringSystemLog::close(Client* client) { delete client; }
+
+void FilteringSystemLog::setFilterMask(Client* client, std::uint32_t mask) {
+  if (auto* filtering = dynamic_cast<FilteringClient*>(client)) {
+    filtering->mask = mask;
+  }
+}
+
+std::unique_ptr<SystemLogRecord> FilteringSystemLog::newRecord() { return std::make_unique<SystemLogRecord>(); }
+
+void FilteringSystemLog::send(Client* client, const SystemLogRecord& record) {
+  const auto* filtering = dynamic_cast<FilteringClient*>(client);
+  const std::uint32_t mask = filtering ? filtering->mask : 0xFF;
+  const int level = platform::systemLogRecordLevel(record);
+  if (level < 0 || level > 31 || (mask & (1u << level)) == 0) {
+    return;
+  }
+  write(record);
+}
+
+JsonLinesSystemLog::JsonLinesSystemLog(std::string path) : path_(std::move(path)) {
+  const size_t slash = path_.rfind('/');
+  if (slash != std::string::npos && slash > 0) {
+    makeDirectories(path_.substr(0, slash));
+  }
+  fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+}
+
+JsonLinesSystemLog::~JsonLinesSystemLog() {
+  if (fd_ >= 0) {
+    ::close(fd_);
+  }
+}
+
+void JsonLinesSystemLog::write(const SystemLogRecord& record) {
+  std::lock_guard lock(mutex_);
+  if (fd_ < 0) {
+    return;
+  }
+  const std::string line = systemLogRecordJson(record) + "\n";
+  size_t written = 0;
+  while (written < line.size()) {
+    const ssize_t n = ::write(fd_, line.data() + written, line.size() - written);
+    if (n < 0 && errno == EINTR) {
+      continue;
+    }
+    if (n <= 0) {
+      return;
+    }
+    written += static_cast<size_t>(n);
+  }
+}
+
+void SyslogSystemLog::write(const SystemLogRecord& record) {
+  static const bool opened = [] {
+    openlog("velunedriveapp", LOG_PID | LOG_NDELAY, LOG_USER);
+    return true;
+  }();
+  (void)opened;
+  const std::string* message = record.get("Message");
+  const std::string text = (message ? *message : std::string()) + " " + systemLogRecordJson(record);
+  syslog(LOG_USER | platform::systemLogRecordLevel(record), "%s", text.c_str());
+}
+
+void JournalSystemLog::write(const SystemLogRecord& record) {
+#ifdef VELUNE_HAVE_SYSTEMD
+  std::vector<std::string> fields;
+  fields.reserve(record.fields().size() + 3);
+  for (const auto& [key, value] : record.fields()) {
+    std::string name = "VELUNE_";
+    for (char c : key) {
+      if (c >= 'a' && c <= 'z') {
+        name.push_back(static_cast<char>(c - 'a' + 'A'));
+      } else if ((c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')) {
+        name.push_back(c);
+      } else {
+        name.push_back('_');
+      }
+    }
+    fields.push_back(name.substr(0, 64) + "=" + value);
+  }
+  const std::string* message = record.get("Message");
+  fields.push_back("MESSAGE=" + (message ? *message : std::string()));
+  fields.push_back("PRIORITY=" + std::to_string(platform::systemLogRecordLevel(record)));
+  fields.emplace_back("SYSLOG_IDENTIFIER=velunedriveapp");
+  std::vector<iovec> vectors;
+  vectors.reserve(fields.size());
+  for (std::string& field : fields) {
+    vectors.push_back(iovec{field.data(), field.size()});
+  }
+  sd_journal_sendv(vectors.data(), static_cast<int>(vectors.size()));
+#else
+  (void)record;
+#endif
+}
+
+bool journalAvailable() {
+#ifdef VELUNE_HAVE_SYSTEMD
+  struct stat info {};
+  return stat("/run/systemd/journal/socket", &info) == 0 && S_ISSOCK(info.st_mode);
+#else
+  return false;
+#endif
+}
+
+namespace {
+bool syslogAvailable() {
+  struct stat info {};
+  return stat("/dev/log", &info) == 0 && S_ISSOCK(info.st_mode);
+}
+}  // namespace
+
+const char* systemLogKindName(SystemLogKind kind) {
+  switch (kind) {
+    case SystemLogKind::Automatic:
+      return "automatic";
+    case SystemLogKind::Journal:
+      return "journal";
+    case SystemLogKind::Syslog:
+      return "syslog";
+    case SystemLogKind::File:
+      return "file";
+  }
+  return "file";
+}
+
+std::shared_ptr<platform::SystemLog> makeSystemLog(SystemLogKind kind, const std::string& filePath) {
+  if (kind == SystemLogKind::Automatic) {
+    kind = journalAvailable() ? SystemLogKind::Journal : syslogAvailable() ? SystemLogKind::Syslog : SystemLogKind::File;
+  }
+  switch (kind) {
+    case SystemLogKind::Journal:
+      return std::make_shared<JournalSystemLog>();
+    case SystemLogKind::Syslog:
+      return std::make_shared<SyslogSystemLog>();
+    default:
+      return std::make_shared<JsonLinesSystemLog>(filePath);
+  }
+}
+
+}  // namespace velune::host

@@ -1,0 +1,89 @@
+// The program's C entry: the simulated phone boots here. It reads its own
+// options, wires the Linux services for the home, and then hands over to the
+// app's process entry (velune::main), which runs as it would on the phone.
+//
+//   velunedriveapp [--home DIR] [--system-log automatic|journal|syslog|file] [-Key value ...]
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "app/main.h"
+#include "host/HomeLayout.h"
+#include "host/HostPlatform.h"
+#include "host/JsonPreferencesStore.h"
+#include "host/LinuxApplicationHost.h"
+
+namespace {
+
+constexpr int kUsageError = 64;
+
+void printUsage(FILE* to) {
+  std::fputs(
+      "usage: velunedriveapp [--home DIR] [--system-log automatic|journal|syslog|file] [-Key value ...]\n"
+      "  --home DIR        the simulated phone's home (default: a demo home in your data folder)\n"
+      "  --system-log K    where log records go (default: automatic: journal, else syslog, else a file\n"
+      "                    in the home)\n"
+      "  -Key value        overrides a preference for this run, e.g. -DRLogLevel 7\n",
+      to);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Before any thread exists, so that only the host's watcher receives them.
+  velune::host::LinuxApplicationHost::blockTerminationSignals();
+
+  velune::host::HostOptions options;
+  options.home = velune::host::HomeLayout::defaultDemoHome();
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view arg = argv[i];
+    if (arg == "--help" || arg == "-h") {
+      printUsage(stdout);
+      return 0;
+    }
+    if (arg == "--home" || arg == "--system-log") {
+      if (i + 1 >= argc) {
+        std::fprintf(stderr, "velunedriveapp: %s needs a value\n", argv[i]);
+        printUsage(stderr);
+        return kUsageError;
+      }
+      const std::string value = argv[++i];
+      if (arg == "--home") {
+        options.home = value;
+      } else if (value == "automatic") {
+        options.systemLog = velune::host::SystemLogKind::Automatic;
+      } else if (value == "journal") {
+        options.systemLog = velune::host::SystemLogKind::Journal;
+      } else if (value == "syslog") {
+        options.systemLog = velune::host::SystemLogKind::Syslog;
+      } else if (value == "file") {
+        options.systemLog = velune::host::SystemLogKind::File;
+      } else {
+        std::fprintf(stderr, "velunedriveapp: unknown system log '%s'\n", value.c_str());
+        printUsage(stderr);
+        return kUsageError;
+      }
+      continue;
+    }
+    if (arg.starts_with("--")) {
+      std::fprintf(stderr, "velunedriveapp: unknown option %s\n", argv[i]);
+      printUsage(stderr);
+      return kUsageError;
+    }
+    if (arg.starts_with("-") && i + 1 < argc) {
+      ++i;  // a "-Key value" preference; read below
+    }
+  }
+  options.argumentDomain = velune::host::JsonPreferencesStore::argumentDomain(argc, argv);
+
+  const velune::host::HomeLayout layout(options.home);
+  if (auto error = layout.ensureSkeleton()) {
+    std::fprintf(stderr, "velunedriveapp: cannot use the home %s: %s\n", options.home.c_str(),
+                 error->localizedDescription().value_or(error->description()).c_str());
+    return 73;  // EX_CANTCREAT
+  }
+  velune::platform::Platform::install(velune::host::HostPlatform::makeServices(options));
+  return velune::main(argc, argv);
+}

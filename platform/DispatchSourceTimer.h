@@ -1,0 +1,58 @@
+#pragma once
+// DispatchSourceTimer: a timer source that runs its event handler on a queue,
+// first after a start delay (zero: at once) and then every interval.
+//
+// - Nothing happens before resume(). cancel() stops it for good; a handler
+//   already handed to the queue checks for cancellation and does not run.
+// - When the clock jumps past several intervals (a ManualClock moved far, or a
+//   busy machine), the missed ticks are folded into one.
+// - The leeway is recorded as a hint; ticks are taken at their deadline.
+// - The timer is owned by its creator; destroying it cancels it. The handler
+//   should hold its owner weakly.
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "platform/Clock.h"
+#include "platform/DispatchQueue.h"
+#include "platform/TimerService.h"
+
+namespace velune::platform {
+
+class DispatchSourceTimer : public std::enable_shared_from_this<DispatchSourceTimer> {
+ public:
+  static std::shared_ptr<DispatchSourceTimer> create(std::shared_ptr<DispatchQueue> queue);
+  ~DispatchSourceTimer();
+
+  // interval: nothing for a one-shot timer.
+  void schedule(Duration startDelay, std::optional<Duration> interval, Duration leeway);
+  void setEventHandler(std::function<void()> handler);
+  void resume();
+  void cancel();
+
+  bool isCancelled() const { return cancelled_.load(); }
+  std::optional<Duration> interval() const;
+  Duration leeway() const;
+
+ private:
+  explicit DispatchSourceTimer(std::shared_ptr<DispatchQueue> queue) : queue_(std::move(queue)) {}
+  void arm(MonotonicTime deadline);
+  void fired(MonotonicTime deadline);
+
+  const std::shared_ptr<DispatchQueue> queue_;
+  mutable std::mutex mutex_;
+  std::function<void()> handler_;
+  Duration startDelay_{0};
+  std::optional<Duration> interval_;
+  Duration leeway_{0};
+  bool resumed_ = false;
+  std::optional<TimerService::Id> pending_;
+  std::uint64_t generation_ = 0;
+  std::atomic<bool> cancelled_{false};
+};
+
+}  // namespace velune::platform
