@@ -1,0 +1,92 @@
+// vdtool: the command line of the simulated phone, for people and tests.
+//
+//   vdtool --home DIR [--verbose] COMMAND [ARGUMENTS...]
+//
+// Commands act on the phone as the app does (through the same platform
+// services); their log lines go to the home's log file, and to standard error
+// with --verbose.
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "diag/DRLogging.h"
+#include "host/HostPlatform.h"
+#include "host/MemoryConsoleLog.h"
+#include "host/tools/vdtool/VdtoolCommand.h"
+
+namespace velune::host::vdtool {
+
+VdtoolCommand::Registration::Registration(VdtoolCommand command) {
+  auto& commands = const_cast<std::map<std::string, VdtoolCommand>&>(all());
+  commands.emplace(command.name, std::move(command));
+}
+
+const std::map<std::string, VdtoolCommand>& VdtoolCommand::all() {
+  static auto* commands = new std::map<std::string, VdtoolCommand>();
+  return *commands;
+}
+
+namespace {
+
+void printUsage(FILE* to) {
+  std::fputs("usage: vdtool --home DIR [--verbose] COMMAND [ARGUMENTS...]\n\ncommands:\n", to);
+  for (const auto& [name, command] : VdtoolCommand::all()) {
+    std::fprintf(to, "  %-8s %-28s %s\n", name.c_str(), command.arguments.c_str(), command.summary.c_str());
+  }
+}
+
+}  // namespace
+}  // namespace velune::host::vdtool
+
+int main(int argc, char** argv) {
+  using namespace velune::host;
+  using namespace velune::host::vdtool;
+  std::string home = HomeLayout::defaultDemoHome();
+  bool verbose = false;
+  int i = 1;
+  for (; i < argc; ++i) {
+    const std::string_view arg = argv[i];
+    if (arg == "--home" && i + 1 < argc) {
+      home = argv[++i];
+    } else if (arg == "--verbose") {
+      verbose = true;
+    } else if (arg == "--help" || arg == "-h") {
+      printUsage(stdout);
+      return 0;
+    } else if (arg.starts_with("--")) {
+      std::fprintf(stderr, "vdtool: unknown option %s\n", argv[i]);
+      printUsage(stderr);
+      return kExitUsage;
+    } else {
+      break;
+    }
+  }
+  if (i >= argc) {
+    printUsage(stderr);
+    return kExitUsage;
+  }
+  const auto& commands = VdtoolCommand::all();
+  const auto found = commands.find(argv[i]);
+  if (found == commands.end()) {
+    std::fprintf(stderr, "vdtool: unknown command %s\n", argv[i]);
+    printUsage(stderr);
+    return kExitUsage;
+  }
+  const std::vector<std::string> arguments(argv + i + 1, argv + argc);
+
+  HostOptions options;
+  options.home = home;
+  options.systemLog = SystemLogKind::File;
+  auto services = HostPlatform::makeServices(options);
+  if (!verbose) {
+    services.consoleLog = std::make_shared<MemoryConsoleLog>();  // keep standard error for results
+  }
+  velune::platform::Platform::install(std::move(services));
+
+  VdtoolContext context{HomeLayout(home), verbose};
+  const int status = found->second.run(context, arguments);
+  velune::DRLogFlush();
+  return status;
+}
