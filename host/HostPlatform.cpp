@@ -18,6 +18,9 @@ platform::Services HostPlatform::makeServices(const HostOptions& options) {
   services.standardPreferences =
       std::make_shared<JsonPreferencesStore>(layout.standardPreferences(), options.argumentDomain);
   services.fileSystem = std::make_shared<PosixFileSystem>();
+  wireDrive(services, options);
+  wireInterface(services, options);
+  wireNetwork(services, options);
   return services;
 }
 

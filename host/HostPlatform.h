@@ -23,6 +23,14 @@ class HostPlatform {
  public:
   // The services of the home (made ready with HomeLayout::ensureSkeleton by the caller).
   static platform::Services makeServices(const HostOptions& options);
+
+  // Each area of the phone wires its own services, in its own file:
+  // the drive and its files (HostPlatformDrive.cpp), the device, screen and
+  // interface (HostPlatformInterface.cpp), account, network and quota
+  // (HostPlatformNetwork.cpp).
+  static void wireDrive(platform::Services& services, const HostOptions& options);
+  static void wireInterface(platform::Services& services, const HostOptions& options);
+  static void wireNetwork(platform::Services& services, const HostOptions& options);
 };
 
 }  // namespace velune::host
