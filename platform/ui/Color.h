@@ -6,7 +6,8 @@
 
 namespace velune::ui {
 
-struct Color {
+class Color {
+ public:
   double r = 0;
   double g = 0;
   double b = 0;
