@@ -339,8 +339,12 @@ void View::markTreeNeedsLayout() {
   if (top->layoutScheduled_ || dynamic_cast<Window*>(top) == nullptr || !platform::isMainThread()) {
     return;
   }
+  auto weak = top->weak_from_this();
+  if (weak.expired()) {
+    return;  // still being made: nothing can be laid out yet
+  }
   top->layoutScheduled_ = true;
-  platform::DispatchQueue::main()->async([weak = top->weak_from_this()] {
+  platform::DispatchQueue::main()->async([weak] {
     if (auto root = weak.lock()) {
       root->layoutScheduled_ = false;
       root->layoutIfNeeded();
