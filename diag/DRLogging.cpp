@@ -182,7 +182,8 @@ void DRLogFlush() {
 
 std::string DRLogFunctionName(std::string_view prettyFunction) {
   std::string pretty(prettyFunction);
-  for (const std::string_view noise : {std::string_view("(anonymous namespace)::"), std::string_view("velune::")}) {
+  for (const std::string_view noise :
+       {std::string_view("(anonymous namespace)::"), std::string_view("{anonymous}::"), std::string_view("velune::")}) {
     for (size_t at = pretty.find(noise); at != std::string::npos; at = pretty.find(noise)) {
       pretty.erase(at, noise.size());
     }

@@ -254,7 +254,7 @@ std::string FormatArg::joinAsList(const std::vector<std::string>& parts) {
   return out;
 }
 
-std::string formatList(std::string_view format, std::span<const FormatArg> args) {
+std::string formatList(std::string_view format, std::span<const FormatArg> args, bool firstArgumentSelectsOnly) {
   std::string out;
   out.reserve(format.size() + 16 * args.size());
   std::vector<bool> used(args.size(), false);
@@ -351,6 +351,9 @@ std::string formatList(std::string_view format, std::span<const FormatArg> args)
     out += formatOne(spec, args[index]);
   }
 
+  if (firstArgumentSelectsOnly && !used.empty()) {
+    used[0] = true;
+  }
   bool extra = false;
   for (size_t k = 0; k < args.size(); ++k) {
     if (used[k]) {
