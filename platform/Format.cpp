@@ -34,12 +34,14 @@ bool isWideLength(const std::string& length) { return !length.empty() && length 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 std::string printNumber(const Spec& spec, std::string_view cLength, char conversion, auto value) {
-  std::string cFormat = "%" + spec.flags;
+  std::string cFormat(1, '%');
+  cFormat += spec.flags;
   if (spec.width) {
     cFormat += std::to_string(*spec.width);
   }
   if (spec.precision) {
-    cFormat += "." + std::to_string(*spec.precision);
+    cFormat.push_back('.');
+    cFormat += std::to_string(*spec.precision);
   }
   cFormat += cLength;
   cFormat.push_back(conversion);

@@ -31,6 +31,8 @@ TEST(JsonLinesSystemLog, WritesOneObjectPerRecordInKeyOrderAndHonoursTheMask) {
   log.send(client, record("9", "level nine is never in a mask"));
   log.send(client, record("3", "bad \xFF byte"));
   log.close(client);
+  EXPECT_EQ(readWholeFile(path).value(), "") << "records wait in the buffer until flushed";
+  log.flush();
 
   const auto contents = readWholeFile(path);
   ASSERT_TRUE(contents.ok());
@@ -48,6 +50,14 @@ TEST(JsonLinesSystemLog, WritesOneObjectPerRecordInKeyOrderAndHonoursTheMask) {
   EXPECT_EQ(keys, (std::vector<std::string>{"Time", "Level", "Message", "Extra Key"}));
   EXPECT_EQ(objects[0]["Extra Key"], "value with \"quotes\"");
   EXPECT_EQ(objects[1]["Message"], "bad \xEF\xBF\xBD byte");
+}
+
+TEST(SystemLogs, RecordJsonEscapesControlCharactersAndQuotes) {
+  platform::SystemLogRecord r;
+  r.set("Message", std::string("tab\there \"quoted\" back\\slash\nnew\x01line"));
+  const std::string json = systemLogRecordJson(r);
+  EXPECT_EQ(json, R"({"Message":"tab\there \"quoted\" back\\slash\nnew\u0001line"})");
+  EXPECT_EQ(nlohmann::json::parse(json)["Message"], "tab\there \"quoted\" back\\slash\nnew\x01line");
 }
 
 TEST(JsonLinesSystemLog, AnUnwritablePathLosesRecordsQuietly) {
