@@ -211,7 +211,8 @@ std::string DRLogFunctionName(std::string_view prettyFunction) {
   if (result.empty()) {
     return std::string(prettyFunction);
   }
-  if (pretty.find("<lambda") != std::string::npos) {
+  // g++ writes a lambda as "f()::<lambda()>", clang as "f()::(anonymous class)::operator()()".
+  if (pretty.find("<lambda") != std::string::npos || pretty.find("(anonymous class)") != std::string::npos) {
     result += "_block_invoke";
   }
   return result;

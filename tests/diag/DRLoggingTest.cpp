@@ -316,6 +316,8 @@ TEST(DRLogFunctionName, ShowsClassAndMethod) {
             "DRItem::initWithURL");
   EXPECT_EQ(DRLogFunctionName("velune::QuotaFetcher::runWithInterval(double)::<lambda()>"),
             "QuotaFetcher::runWithInterval_block_invoke");
+  EXPECT_EQ(DRLogFunctionName("auto velune::QuotaFetcher::runWithInterval(double)::(anonymous class)::operator()() const"),
+            "QuotaFetcher::runWithInterval_block_invoke");
   EXPECT_EQ(DRLogFunctionName("void velune::{anonymous}::helper()"), "helper");
   EXPECT_EQ(DRLogFunctionName("void velune::(anonymous namespace)::helper()"), "helper");
   EXPECT_EQ(DRLogFunctionName("bool velune::Thing::operator()(int) const"), "Thing::operator()");
