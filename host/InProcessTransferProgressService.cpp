@@ -21,23 +21,25 @@ InProcessTransferProgressService::SubscriptionToken InProcessTransferProgressSer
     }
   }
   for (const auto& [id, progress] : existing) {
-    UnpublishingHandler unpublisher = *shared ? (*shared)(progress) : nullptr;
-    if (!unpublisher) {
-      continue;
-    }
-    bool stillPublished = false;
-    {
-      const std::lock_guard lock(mutex_);
-      if (auto found = publications_.find(id); found != publications_.end()) {
-        found->second.unpublishers.push_back(unpublisher);
-        stillPublished = true;
-      }
-    }
-    if (!stillPublished) {
-      unpublisher();  // it ended while the handler ran
-    }
+    deliver(id, *shared, progress);
   }
   return token;
+}
+
+void InProcessTransferProgressService::deliver(PublicationToken publication, const PublishingHandler& handler,
+                                               const std::shared_ptr<TransferProgress>& progress) {
+  UnpublishingHandler unpublisher = handler ? handler(progress) : nullptr;
+  if (!unpublisher) {
+    return;
+  }
+  {
+    const std::lock_guard lock(mutex_);
+    if (auto found = publications_.find(publication); found != publications_.end()) {
+      found->second.unpublishers.push_back(std::move(unpublisher));
+      return;
+    }
+  }
+  unpublisher();  // the publication ended while the handler ran
 }
 
 void InProcessTransferProgressService::removeSubscriber(SubscriptionToken token) {
@@ -60,21 +62,7 @@ InProcessTransferProgressService::PublicationToken InProcessTransferProgressServ
     }
   }
   for (const auto& handler : handlers) {
-    UnpublishingHandler unpublisher = *handler ? (*handler)(progress) : nullptr;
-    if (!unpublisher) {
-      continue;
-    }
-    bool stillPublished = false;
-    {
-      const std::lock_guard lock(mutex_);
-      if (auto found = publications_.find(token); found != publications_.end()) {
-        found->second.unpublishers.push_back(unpublisher);
-        stillPublished = true;
-      }
-    }
-    if (!stillPublished) {
-      unpublisher();
-    }
+    deliver(token, *handler, progress);
   }
   return token;
 }

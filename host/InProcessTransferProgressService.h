@@ -20,6 +20,11 @@ class InProcessTransferProgressService final : public platform::TransferProgress
   void unpublish(PublicationToken token) override;
 
  private:
+  // Calls a subscriber's handler for a publication and keeps the unpublisher
+  // it returns (or runs it at once when the publication ended meanwhile).
+  void deliver(PublicationToken publication, const PublishingHandler& handler,
+               const std::shared_ptr<platform::TransferProgress>& progress);
+
   struct Subscription {
     platform::URL url;
     std::shared_ptr<PublishingHandler> handler;

@@ -37,6 +37,7 @@ void Label::setStyledText(std::optional<StyledText> text) {
 }
 
 void Label::textChanged() {
+  measured_.clear();
   invalidateIntrinsicContentSize();
   setNeedsDisplay();
 }
@@ -72,12 +73,19 @@ void Label::setPreferredMaxLayoutWidth(double width) {
 }
 
 Size Label::measure(double width) const {
-  if (styledText_) {
-    return styledText_->measure(font_);
-  }
   // One line: the natural width; several: wrapped at `width`.
-  const double wrap = numberOfLines_ == 1 ? kUnlimitedWidth : width;
-  return TextLayout::make(text_, font_, wrap, numberOfLines_).size;
+  const double wrap = styledText_ || numberOfLines_ == 1 ? kUnlimitedWidth : width;
+  for (const auto& [asked, size] : measured_) {
+    if (asked == wrap) {
+      return size;
+    }
+  }
+  const Size size = styledText_ ? styledText_->measure(font_) : TextLayout::make(text_, font_, wrap, numberOfLines_).size;
+  if (measured_.size() >= 4) {
+    measured_.erase(measured_.begin());
+  }
+  measured_.emplace_back(wrap, size);
+  return size;
 }
 
 Size Label::intrinsicContentSize() const {

@@ -7,6 +7,8 @@
 
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "platform/ui/Font.h"
 #include "platform/ui/StyledText.h"
@@ -56,6 +58,9 @@ class Label : public View {
   Size measure(double width) const;
   void textChanged();
 
+  // Recent measurements (width asked → size), dropped when anything measured
+  // changes; a layout pass asks for the natural and the wrapped size in turn.
+  mutable std::vector<std::pair<double, Size>> measured_;
   std::string text_;
   std::optional<StyledText> styledText_;
   Font font_ = Font::systemFontOfSize(17);

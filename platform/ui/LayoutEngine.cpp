@@ -113,12 +113,26 @@ class Pass {
   static constexpr double kUnlimitedWidthHint = -1;
 
  private:
-  void collect(View& view) {
+  // Only views that take part go to the solver: those placed by constraints,
+  // those that constraints or stack views refer to, and their ancestors.
+  // Frame-placed subtrees without any of that keep the frames their
+  // autoresizing masks give them.
+  bool collect(View& view) {
+    const size_t position = views_.size();
     views_.push_back(&view);
-    members_.insert(&view);
-    for (const auto& child : view.subviews()) {
-      collect(*child);
+    bool involved = &view == &root_ || !view.translatesAutoresizingMaskIntoConstraints() || !view.constraints().empty();
+    if (auto* stack = dynamic_cast<StackView*>(&view); stack && !stack->arrangedSubviews().empty()) {
+      involved = true;
     }
+    for (const auto& child : view.subviews()) {
+      involved = collect(*child) || involved;
+    }
+    if (!involved) {
+      views_.resize(position);  // drop this view and its subtree again
+      return false;
+    }
+    members_.insert(&view);
+    return true;
   }
 
  public:
@@ -469,16 +483,22 @@ void LayoutEngine::layout(View& root) {
       }
       const Rect absolute = solution[view];
       const Rect parent = solution[view->superview().get()];
-      view->setFrameFromLayout(
-          Rect(absolute.minX() - parent.minX(), absolute.minY() - parent.minY(), absolute.width(), absolute.height()));
+      view->applyFrame(
+          Rect(absolute.minX() - parent.minX(), absolute.minY() - parent.minY(), absolute.width(), absolute.height()),
+          true);
     }
-    for (View* view : pass.views()) {
-      view->needsLayout_ = false;
-    }
-    // The hooks may add or remove views: keep the ones seen alive meanwhile.
+    // Every view of the tree, solved or not, gets its hook, top down. The
+    // hooks may add or remove views: keep the ones seen alive meanwhile.
     std::vector<std::shared_ptr<View>> alive;
-    for (View* view : pass.views()) {
+    std::vector<View*> pending{&root};
+    while (!pending.empty()) {
+      View* view = pending.back();
+      pending.pop_back();
+      view->needsLayout_ = false;
       alive.push_back(view->shared_from_this());
+      for (auto it = view->subviews().rbegin(); it != view->subviews().rend(); ++it) {
+        pending.push_back(it->get());
+      }
     }
     for (const auto& view : alive) {
       view->layoutSubviews();

@@ -98,7 +98,8 @@ TextLayout TextLayout::make(std::string_view rawText, const Font& font, double m
   }
   const std::string text = sanitizedUTF8(rawText);
   const size_t limit = maxLines > 0 ? static_cast<size_t>(maxLines) : 0;
-  Breaker breaker;
+  // Making ICU's iterators costs more than most layouts: one pair per thread.
+  thread_local Breaker breaker;
   std::vector<std::string> lines;
   bool more = false;  // text beyond the line limit
 

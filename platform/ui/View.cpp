@@ -25,6 +25,10 @@ View::~View() = default;
 
 void View::setFrame(Rect frame) {
   VELUNE_ASSERT_MAIN_THREAD();
+  applyFrame(frame, false);
+}
+
+void View::applyFrame(Rect frame, bool fromLayout) {
   if (frame == frame_) {
     return;
   }
@@ -32,21 +36,12 @@ void View::setFrame(Rect frame) {
   frame_ = frame;
   layer_->setFrame(bounds());
   if (!(oldSize == frame.size)) {
-    resizeSubviewsWithOldSize(oldSize);
     needsDisplay_ = true;
+    resizeSubviewsWithOldSize(oldSize, fromLayout);
   }
-  markTreeNeedsLayout();
-}
-
-void View::setFrameFromLayout(Rect frame) {
-  if (frame == frame_) {
-    return;
+  if (!fromLayout) {
+    markTreeNeedsLayout();
   }
-  if (!(frame.size == frame_.size)) {
-    needsDisplay_ = true;
-  }
-  frame_ = frame;
-  layer_->setFrame(bounds());
 }
 
 void View::setBounds(Rect bounds) {
@@ -56,7 +51,7 @@ void View::setBounds(Rect bounds) {
 
 void View::setCenter(Point c) { setFrame(Rect(c.x - frame_.width() / 2, c.y - frame_.height() / 2, frame_.width(), frame_.height())); }
 
-void View::resizeSubviewsWithOldSize(Size oldSize) {
+void View::resizeSubviewsWithOldSize(Size oldSize, bool fromLayout) {
   const double dw = frame_.width() - oldSize.width;
   const double dh = frame_.height() - oldSize.height;
   for (const auto& child : subviews_) {
@@ -94,7 +89,7 @@ void View::resizeSubviewsWithOldSize(Size oldSize) {
       f.origin.y += d[0];
       f.size.height = std::max(0.0, f.size.height + d[1]);
     }
-    child->setFrame(f);
+    child->applyFrame(f, fromLayout);
   }
 }
 

@@ -182,8 +182,10 @@ class View : public Element, public std::enable_shared_from_this<View> {
   friend class LayoutConstraint;
   friend class LayoutEngine;
 
-  void setFrameFromLayout(Rect frame);
-  void resizeSubviewsWithOldSize(Size oldSize);
+  // Sets the frame; frame-placed subviews follow their autoresizing masks.
+  // From the layout pass nothing is marked for another layout.
+  void applyFrame(Rect frame, bool fromLayout);
+  void resizeSubviewsWithOldSize(Size oldSize, bool fromLayout);
   void markTreeNeedsLayout();
   void notifyMovedToWindow(const std::shared_ptr<Window>& oldWindow);
   void attachConstraint(const std::shared_ptr<LayoutConstraint>& constraint);

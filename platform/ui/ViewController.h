@@ -6,9 +6,10 @@
 // - Appearance: viewWillAppear / viewDidAppear / viewWillDisappear /
 //   viewDidDisappear, called by whoever shows or hides the controller (a
 //   window, a navigation stack, a presentation). "Will" callbacks run inside
-//   the call that starts the change; "did" callbacks and completions run on
-//   the next turn of the main run loop. Animated changes are recorded, not
-//   animated.
+//   the call that starts the change; "did" callbacks and completions of
+//   navigation and presentation run on the next turn of the main run loop (a
+//   window showing its root controller calls both at once). Animated changes
+//   are recorded, not animated.
 // - Presentation: presentViewController shows another controller modally
 //   over this one (its view goes on top of the window); dismiss removes it.
 //   A controller presents at most one other at a time; a second request is

@@ -238,6 +238,32 @@ TEST_F(LayoutEngineTest, Autoresizing_FlexibleChildFollowsItsSuperview) {
   EXPECT_EQ(pinnedRight->frame(), Rect(270, 0, 20, 20));
 }
 
+TEST_F(LayoutEngineTest, Autoresizing_FramePlacedRowsFollowAConstraintPlacedList) {
+  // A long list of frame-placed rows: they keep out of the solver, and still
+  // follow the list when the layout pass resizes it.
+  auto list = constrainedView(root_);
+  auto width = LayoutConstraint::fixed(list, A::Width, 200);
+  LayoutConstraint::activateConstraints({width, LayoutConstraint::fixed(list, A::Height, 100),
+                                         LayoutConstraint::equal(list, A::Top, root_, A::Top),
+                                         LayoutConstraint::equal(list, A::Leading, root_, A::Leading)});
+  root_->layoutIfNeeded();
+  std::vector<std::shared_ptr<View>> rows;
+  for (int i = 0; i < 5000; ++i) {
+    auto row = View::make(Rect(0, 44.0 * i, 200, 44));
+    row->setAutoresizingMask(Autoresizing::FlexibleWidth);
+    auto accessory = View::make(Rect(160, 0, 40, 44));
+    accessory->setAutoresizingMask(Autoresizing::FlexibleLeftMargin);
+    row->addSubview(accessory);
+    list->addSubview(row);
+    rows.push_back(row);
+  }
+  width->setConstant(300);
+  root_->layoutIfNeeded();
+  EXPECT_EQ(rows.back()->frame(), Rect(0, 44.0 * 4999, 300, 44));
+  EXPECT_EQ(rows.back()->subviews()[0]->frame(), Rect(260, 0, 40, 44));
+  EXPECT_FALSE(root_->needsLayout());
+}
+
 TEST_F(LayoutEngineTest, Conflicts_ContradictoryRequiredRulesAreReportedAndLayoutStaysDefined) {
   auto view = constrainedView(root_);
   LayoutConstraint::activateConstraints({
