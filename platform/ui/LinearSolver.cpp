@@ -1,5 +1,6 @@
 #include "platform/ui/LinearSolver.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -11,11 +12,34 @@ constexpr double kEpsilon = 1e-8;
 bool nearZero(double value) { return std::fabs(value) < kEpsilon; }
 }  // namespace
 
-void LinearSolver::Row::insert(Symbol symbol, double coefficient) {
-  const double sum = (cells[symbol] += coefficient);
-  if (nearZero(sum)) {
-    cells.erase(symbol);
+const double* LinearSolver::Cells::find(Symbol symbol) const {
+  const auto it = std::lower_bound(entries_.begin(), entries_.end(), symbol,
+                                   [](const Entry& e, Symbol s) { return e.first < s; });
+  return it != entries_.end() && it->first == symbol ? &it->second : nullptr;
+}
+
+void LinearSolver::Cells::add(Symbol symbol, double coefficient) {
+  const auto it = std::lower_bound(entries_.begin(), entries_.end(), symbol,
+                                   [](const Entry& e, Symbol s) { return e.first < s; });
+  if (it != entries_.end() && it->first == symbol) {
+    it->second += coefficient;
+    if (nearZero(it->second)) {
+      entries_.erase(it);
+    }
+  } else if (!nearZero(coefficient)) {
+    entries_.insert(it, Entry{symbol, coefficient});
   }
+}
+
+double LinearSolver::Cells::take(Symbol symbol) {
+  const auto it = std::lower_bound(entries_.begin(), entries_.end(), symbol,
+                                   [](const Entry& e, Symbol s) { return e.first < s; });
+  if (it == entries_.end() || !(it->first == symbol)) {
+    return 0;
+  }
+  const double coefficient = it->second;
+  entries_.erase(it);
+  return coefficient;
 }
 
 void LinearSolver::Row::insert(const Row& other, double coefficient) {
@@ -34,8 +58,7 @@ void LinearSolver::Row::reverseSign() {
 
 // Turns "0 = constant + c·symbol + rest" into "symbol = -(constant + rest) / c".
 void LinearSolver::Row::solveFor(Symbol symbol) {
-  const double factor = -1.0 / cells[symbol];
-  cells.erase(symbol);
+  const double factor = -1.0 / cells.take(symbol);
   constant *= factor;
   for (auto& cell : cells) {
     cell.second *= factor;
@@ -48,18 +71,15 @@ void LinearSolver::Row::solveFor(Symbol lhs, Symbol rhs) {
 }
 
 double LinearSolver::Row::coefficientFor(Symbol symbol) const {
-  const auto found = cells.find(symbol);
-  return found == cells.end() ? 0.0 : found->second;
+  const double* found = cells.find(symbol);
+  return found == nullptr ? 0.0 : *found;
 }
 
 void LinearSolver::Row::substitute(Symbol symbol, const Row& row) {
-  const auto found = cells.find(symbol);
-  if (found == cells.end()) {
+  if (cells.find(symbol) == nullptr) {
     return;
   }
-  const double coefficient = found->second;
-  cells.erase(found);
-  insert(row, coefficient);
+  insert(row, cells.take(symbol));
 }
 
 LinearSolver::Variable LinearSolver::newVariable() { return nextVariable_++; }
@@ -174,8 +194,17 @@ bool LinearSolver::addConstraint(const std::vector<Term>& terms, double constant
       return false;
     }
   }
+  Stored constraint{terms, constant, relation, strength};
+  if (!add(constraint)) {
+    return false;
+  }
+  accepted_.push_back(std::move(constraint));
+  return true;
+}
+
+bool LinearSolver::add(const Stored& constraint) {
   Tag tag;
-  Row row = createRow(terms, constant, relation, strength, tag);
+  Row row = createRow(constraint.terms, constraint.constant, constraint.relation, constraint.strength, tag);
   Symbol subject = chooseSubject(row, tag);
   if (!subject.valid() && allDummies(row)) {
     if (!nearZero(row.constant)) {
@@ -188,18 +217,26 @@ bool LinearSolver::addConstraint(const std::vector<Term>& terms, double constant
   if (subject.valid()) {
     row.solveFor(subject);
     substitute(subject, row);
-    rows_[subject] = row;
+    rows_[subject] = std::move(row);
     return optimize(objective_);
   }
-  // Only this path can fail after changing the tableau: keep a copy to undo.
-  const auto savedRows = rows_;
-  const auto savedObjective = objective_;
+  // Only required constraints come here; when one is refused after the
+  // tableau changed, the tableau is made again without it.
   if (addWithArtificialVariable(row) && optimize(objective_)) {
     return true;
   }
-  rows_ = savedRows;
-  objective_ = savedObjective;
+  rebuild();
   return false;
+}
+
+void LinearSolver::rebuild() {
+  rows_.clear();
+  objective_ = Row{};
+  variables_.clear();
+  artificial_ = nullptr;
+  for (const auto& constraint : accepted_) {
+    add(constraint);
+  }
 }
 
 bool LinearSolver::addWithArtificialVariable(const Row& row) {
@@ -214,7 +251,7 @@ bool LinearSolver::addWithArtificialVariable(const Row& row) {
 
   const auto found = rows_.find(art);
   if (found != rows_.end()) {
-    Row basic = found->second;
+    Row basic = std::move(found->second);
     rows_.erase(found);
     if (basic.cells.empty()) {
       return success;
@@ -225,7 +262,7 @@ bool LinearSolver::addWithArtificialVariable(const Row& row) {
     }
     basic.solveFor(art, entering);
     substitute(entering, basic);
-    rows_[entering] = basic;
+    rows_[entering] = std::move(basic);
   }
   for (auto& [symbol, r] : rows_) {
     r.remove(art);
@@ -257,11 +294,11 @@ bool LinearSolver::optimize(Row& objective) {
       return false;  // unbounded: cannot happen with non-negative errors
     }
     const Symbol leavingSymbol = leaving->first;
-    Row row = leaving->second;
+    Row row = std::move(leaving->second);
     rows_.erase(leaving);
     row.solveFor(leavingSymbol, entering);
     substitute(entering, row);
-    rows_[entering] = row;
+    rows_[entering] = std::move(row);
   }
   return false;
 }

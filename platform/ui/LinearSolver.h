@@ -46,14 +46,33 @@ class LinearSolver {
     bool operator<(const Symbol& other) const { return id < other.id; }
     bool operator==(const Symbol& other) const { return id == other.id; }
   };
+  // A row's terms, kept sorted by symbol: rows are small, and a sorted vector
+  // beats a tree for them.
+  class Cells {
+   public:
+    using Entry = std::pair<Symbol, double>;
+    std::vector<Entry>::const_iterator begin() const { return entries_.begin(); }
+    std::vector<Entry>::const_iterator end() const { return entries_.end(); }
+    std::vector<Entry>::iterator begin() { return entries_.begin(); }
+    std::vector<Entry>::iterator end() { return entries_.end(); }
+    bool empty() const { return entries_.empty(); }
+    // The coefficient of `symbol`, or null.
+    const double* find(Symbol symbol) const;
+    // Adds to the coefficient; a sum near zero removes the symbol.
+    void add(Symbol symbol, double coefficient);
+    // Removes the symbol and returns its coefficient (0 when absent).
+    double take(Symbol symbol);
+
+   private:
+    std::vector<Entry> entries_;
+  };
   struct Row {
     double constant = 0;
-    std::map<Symbol, double> cells;
+    Cells cells;
 
-    void add(double value) { constant += value; }
-    void insert(Symbol symbol, double coefficient);
+    void insert(Symbol symbol, double coefficient) { cells.add(symbol, coefficient); }
     void insert(const Row& other, double coefficient);
-    void remove(Symbol symbol) { cells.erase(symbol); }
+    void remove(Symbol symbol) { cells.take(symbol); }
     void reverseSign();
     void solveFor(Symbol symbol);
     void solveFor(Symbol lhs, Symbol rhs);
@@ -77,6 +96,18 @@ class LinearSolver {
   static Symbol anyPivotableSymbol(const Row& row);
   std::map<Symbol, Row>::iterator leavingRow(Symbol entering);
 
+  // Rebuilds the tableau from the constraints that were accepted, after one
+  // was refused halfway (rare: a contradiction among required rules).
+  void rebuild();
+  struct Stored {
+    std::vector<Term> terms;
+    double constant;
+    Relation relation;
+    double strength;
+  };
+  bool add(const Stored& constraint);
+
+  std::vector<Stored> accepted_;
   int nextSymbol_ = 1;
   Variable nextVariable_ = 0;
   std::map<Variable, Symbol> variables_;
