@@ -14,6 +14,7 @@ namespace velune {
 
 namespace {
 constexpr platform::Duration kTimerLeeway = std::chrono::nanoseconds(1'000'000'000);
+constexpr double kMinimumInterval = 1.0;
 }  // namespace
 
 QuotaFetcher::QuotaFetcher() : queue_(platform::DispatchQueue::createSerial(kQuotaFetcherQueueLabel)) {}
@@ -52,6 +53,10 @@ QuotaFetcher::~QuotaFetcher() {
 }
 
 void QuotaFetcher::runWithInterval(double seconds) {
+  // A zero, negative or NaN period would tick without pause.
+  if (!(seconds >= kMinimumInterval)) {
+    seconds = kMinimumInterval;
+  }
   if (timer_) {
     timer_->cancel();
     timer_.reset();

@@ -47,7 +47,7 @@ class QuotaFetcher : public std::enable_shared_from_this<QuotaFetcher> {
   const std::shared_ptr<platform::DispatchQueue>& queue() const { return queue_; }
 
   // Replaces any running timer with one that ticks at once and then every
-  // `seconds` (leeway one second).
+  // `seconds` (leeway one second; an interval below one second is one second).
   void runWithInterval(double seconds);
   // One fetch attempt. On the fetcher's queue.
   void performFetch();

@@ -85,11 +85,9 @@ std::shared_ptr<DeviceMonitor> DeviceMonitor::create(HomeLayout layout) {
 }
 
 DeviceMonitor::DeviceMonitor(HomeLayout layout) : core_(std::make_shared<Core>(std::move(layout))) {
-  std::vector<std::string> problems;
-  core_->configuration = DeviceConfiguration::read(core_->deviceFile(), &problems);
-  for (const auto& problem : problems) {
-    DRLOG(kLogWarning, "%@", problem);
-  }
+  // Not logged here: the monitor is made while the services are wired, before
+  // the log may be used; start() reads the file again and says what is wrong.
+  core_->configuration = DeviceConfiguration::read(core_->deviceFile());
 }
 
 DeviceMonitor::~DeviceMonitor() {
@@ -114,12 +112,16 @@ std::string DeviceMonitor::applicationStateFile() const {
   return core_->stateFile();
 }
 
-void DeviceMonitor::start() {
-  std::call_once(started_, [this] {
+void DeviceMonitor::start(DeviceWatchMethod method) {
+  std::call_once(started_, [this, method] {
     Core& core = *core_;
     core.stopFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (core.stopFd < 0) {
       DRLOG(kLogErr, "Cannot follow changes of the device settings: %@", std::strerror(errno));
+      return;
+    }
+    if (method == DeviceWatchMethod::Polling) {
+      thread_ = std::thread([core = core_] { core->pollLoop(); });
       return;
     }
     core.inotifyFd = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
@@ -139,6 +141,10 @@ void DeviceMonitor::start() {
       thread_ = std::thread([core = core_] { core->watchLoop(); });
     }
   });
+  // What changed since the monitor was made is caught now; the problems of
+  // the file are logged now. The application state is not read: an app
+  // starts active whatever an old app-state.json says.
+  core_->reloadConfiguration();
 }
 
 void DeviceMonitor::Core::watchLoop() {

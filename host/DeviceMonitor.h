@@ -29,6 +29,10 @@ namespace velune::host {
 
 enum class ApplicationState { Active, Background };
 
+// How changes are seen: inotify where the system has it (else polling), or
+// polling twice a second in any case.
+enum class DeviceWatchMethod { Automatic, Polling };
+
 class DeviceMonitor {
  public:
   using ListenerId = std::uint64_t;
@@ -39,14 +43,16 @@ class DeviceMonitor {
   // (also when it names the state already in force: the receiver decides).
   using ApplicationStateListener = std::function<void(ApplicationState state)>;
 
-  // Reads device.json once; nothing is watched before start().
+  // Reads device.json once, without logging; nothing is watched and nothing
+  // is logged before start().
   static std::shared_ptr<DeviceMonitor> create(HomeLayout layout);
   ~DeviceMonitor();
   DeviceMonitor(const DeviceMonitor&) = delete;
   DeviceMonitor& operator=(const DeviceMonitor&) = delete;
 
-  // Starts following the home's files (once; later calls do nothing).
-  void start();
+  // Starts following the home's files (once; later calls only re-read
+  // device.json), and re-reads device.json, logging its problems.
+  void start(DeviceWatchMethod method = DeviceWatchMethod::Automatic);
   // Re-reads the files now, as a change notice does.
   void reload();
 

@@ -66,7 +66,7 @@ std::optional<platform::Error> DeviceSettingsEditor::set(const HomeLayout& layou
         return error;
       }
       if (note != nullptr) {
-        *note = "device.json was not a JSON object; it was moved to " + aside;
+        *note = "device.json was not a JSON object; it was kept as " + aside;
       }
       settings = nullptr;
     }

@@ -7,6 +7,7 @@
 #include "host/LinuxApplicationHost.h"
 #include "host/NetlinkReachability.h"
 #include "host/SimulatedReachability.h"
+#include "platform/RunLoop.h"
 
 namespace velune::host {
 
@@ -35,7 +36,16 @@ void HostPlatform::wireNetwork(platform::Services& services, const HostOptions& 
   }
   services.networkActivityIndicator = std::make_shared<HostNetworkActivityIndicator>();
   services.containerPreferences = std::make_shared<HostContainerPreferences>(layout.appData());
-  monitor->start();
+  // The monitor starts when the main run loop first runs: after the services
+  // are installed, since the log takes the services installed when it first
+  // logs and nothing may log while they are made. (A tool that never runs
+  // the loop reads device.json once and watches nothing.)
+  std::weak_ptr<DeviceMonitor> weakMonitor = monitor;
+  platform::RunLoop::main().post([weakMonitor] {
+    if (const auto strong = weakMonitor.lock()) {
+      strong->start();
+    }
+  });
 }
 
 }  // namespace velune::host

@@ -44,6 +44,13 @@ std::string readString(const char* data, std::size_t length) {
   return std::string(data, strnlen(data, length));
 }
 
+// The attributes that follow a message's fixed header of type Header.
+template <typename Header>
+std::pair<const char*, std::size_t> attributesAfter(const char* body, std::size_t length) {
+  const std::size_t skip = std::min<std::size_t>(length, NLMSG_ALIGN(sizeof(Header)));
+  return {body + skip, length - skip};
+}
+
 // Calls visit(type, payload, payloadLength) for each attribute of a block;
 // stops at an attribute that claims more than the block holds.
 template <typename Visit>
@@ -217,8 +224,8 @@ Result<bool> NetlinkReachability::parseMessages(const void* data, std::size_t le
         Link link;
         link.index = info.ifi_index;
         link.flags = info.ifi_flags;
-        const std::size_t skip = NLMSG_ALIGN(sizeof info);
-        forEachAttribute(body + skip, bodyLength - std::min(bodyLength, skip),
+        const auto [attributes, attributesLength] = attributesAfter<ifinfomsg>(body, bodyLength);
+        forEachAttribute(attributes, attributesLength,
                          [&link](unsigned short type, const char* payload, std::size_t payloadLength) {
                            if (type == IFLA_IFNAME) {
                              link.name = readString(payload, payloadLength);
@@ -246,8 +253,8 @@ Result<bool> NetlinkReachability::parseMessages(const void* data, std::size_t le
         route.destinationLength = info.rtm_dst_len;
         route.table = info.rtm_table;
         route.type = info.rtm_type;
-        const std::size_t skip = NLMSG_ALIGN(sizeof info);
-        forEachAttribute(body + skip, bodyLength - std::min(bodyLength, skip),
+        const auto [attributes, attributesLength] = attributesAfter<rtmsg>(body, bodyLength);
+        forEachAttribute(attributes, attributesLength,
                          [&route](unsigned short type, const char* payload, std::size_t payloadLength) {
                            std::uint32_t value = 0;
                            switch (type) {
@@ -381,10 +388,26 @@ void NetlinkReachability::listen() {
       return;
     }
     // The events only say that something changed: take them all, then read
-    // the tables once. A lost event (ENOBUFS) needs the same reading.
-    while (recv(eventSocket_, buffer.data(), buffer.size(), MSG_DONTWAIT) > 0 || errno == ENOBUFS) {
+    // the tables once. Lost events (ENOBUFS) need the same reading.
+    int failure = 0;
+    while (true) {
+      const ssize_t received = recv(eventSocket_, buffer.data(), buffer.size(), MSG_DONTWAIT);
+      if (received > 0 || (received < 0 && (errno == ENOBUFS || errno == EINTR))) {
+        continue;
+      }
+      if (received < 0 && errno != EAGAIN && errno != EWOULDBLOCK) {
+        failure = errno;
+      } else if (received == 0) {
+        failure = ECONNRESET;
+      }
+      break;
     }
     refresh();
+    if (failure != 0) {
+      // A socket that keeps failing would wake this thread without end.
+      DRLOG(kLogErr, "Stopped following routing changes: %@", std::strerror(failure));
+      return;
+    }
   }
 }
 

@@ -168,6 +168,15 @@ TEST_F(QuotaFetcherTest, SecondRun_ReplacesTheTimerAndTicksAtOnce) {
   // earlier request.
   advance(fetcher, 1000);
   EXPECT_EQ(quota->requestCount(), 4u);
+
+  // A period of zero would tick without pause: it is taken as one second.
+  fetcher->runWithInterval(0);
+  fetcher->queue()->sync([] {});
+  EXPECT_EQ(quota->requestCount(), 5u);
+  advance(fetcher, 0.5);
+  EXPECT_EQ(quota->requestCount(), 5u);
+  advance(fetcher, 0.5);
+  EXPECT_EQ(quota->requestCount(), 6u);
 }
 
 TEST_F(QuotaFetcherTest, Background_TicksAreSkippedAndBecomingActiveDoesNotFetchAtOnce) {

@@ -225,5 +225,29 @@ TEST_F(DeviceMonitorTest, Monitor_DroppedWhileWatchingStopsItsThread) {
   EXPECT_EQ(inbox.values().size(), 1u);
 }
 
+TEST_F(DeviceMonitorTest, Polling_SeesTheSameChangesWhereInotifyIsMissing) {
+  auto monitor = DeviceMonitor::create(layout);
+  Inbox<std::string> inbox;
+  monitor->addConfigurationListener([&inbox](const DeviceConfiguration& previous, const DeviceConfiguration& current) {
+    if (previous.network != current.network) {
+      inbox.add(DeviceConfiguration::networkName(current.network));
+    }
+    if (previous.identityToken != current.identityToken) {
+      inbox.add(current.identityToken.value_or("signed out"));
+    }
+  });
+  monitor->addApplicationStateListener(
+      [&inbox](ApplicationState state) { inbox.add(state == ApplicationState::Active ? "active" : "background"); });
+  monitor->start(DeviceWatchMethod::Polling);
+
+  set("network", "cellular");
+  ASSERT_TRUE(inbox.waitForCount(1));
+  set("identityToken", nullptr);
+  ASSERT_TRUE(inbox.waitForCount(2));
+  ASSERT_FALSE(DeviceMonitor::writeApplicationState(monitor->applicationStateFile(), ApplicationState::Background));
+  ASSERT_TRUE(inbox.waitForCount(3));
+  EXPECT_EQ(inbox.values(), (std::vector<std::string>{"cellular", "signed out", "background"}));
+}
+
 }  // namespace
 }  // namespace velune::host

@@ -6,6 +6,7 @@
 
 #include "host/DeviceConfiguration.h"
 #include "host/DeviceSettingsEditor.h"
+#include "host/tools/vdtool/DeviceCommandSupport.h"
 #include "host/tools/vdtool/VdtoolCommand.h"
 
 namespace velune::host::vdtool {
@@ -35,11 +36,7 @@ int usage() {
 
 int runAccount(VdtoolContext& context, const std::vector<std::string>& arguments) {
   if (arguments.empty()) {
-    std::vector<std::string> problems;
-    const auto device = DeviceConfiguration::read(context.layout.deviceJson(), &problems);
-    for (const auto& problem : problems) {
-      std::fprintf(stderr, "vdtool: %s\n", problem.c_str());
-    }
+    const auto device = readDeviceSettings(context.layout);
     if (device.identityToken) {
       std::printf("signed in: %s\n", device.identityToken->c_str());
     } else {
@@ -60,9 +57,7 @@ int runAccount(VdtoolContext& context, const std::vector<std::string>& arguments
     std::fprintf(stderr, "vdtool: cannot change the account: %s\n", error->description().c_str());
     return kExitFailure;
   }
-  if (!note.empty()) {
-    std::fprintf(stderr, "vdtool: %s\n", note.c_str());
-  }
+  printNote(note);
   if (token.is_null()) {
     std::printf("signed out\n");
   } else {

@@ -6,6 +6,7 @@
 
 #include "host/DeviceConfiguration.h"
 #include "host/DeviceSettingsEditor.h"
+#include "host/tools/vdtool/DeviceCommandSupport.h"
 #include "host/tools/vdtool/VdtoolCommand.h"
 
 namespace velune::host::vdtool {
@@ -13,11 +14,7 @@ namespace {
 
 int runNetwork(VdtoolContext& context, const std::vector<std::string>& arguments) {
   if (arguments.empty()) {
-    std::vector<std::string> problems;
-    const auto device = DeviceConfiguration::read(context.layout.deviceJson(), &problems);
-    for (const auto& problem : problems) {
-      std::fprintf(stderr, "vdtool: %s\n", problem.c_str());
-    }
+    const auto device = readDeviceSettings(context.layout);
     std::printf("%s\n", DeviceConfiguration::networkName(device.network));
     return 0;
   }
@@ -32,9 +29,7 @@ int runNetwork(VdtoolContext& context, const std::vector<std::string>& arguments
     std::fprintf(stderr, "vdtool: cannot change the network: %s\n", error->description().c_str());
     return kExitFailure;
   }
-  if (!note.empty()) {
-    std::fprintf(stderr, "vdtool: %s\n", note.c_str());
-  }
+  printNote(note);
   std::printf("%s\n", DeviceConfiguration::networkName(*network));
   return 0;
 }
