@@ -10,7 +10,9 @@
 //
 // Clearing the callback or the queue (or dropping the last reference to the
 // target) stops delivery: no callback starts after the clearing call returns.
-// A callback that is already running finishes; it may itself clear its target.
+// A callback that is already running on another thread is waited for, so the
+// clearing caller must not hold a lock that the callback takes; a callback
+// may itself clear its target.
 
 #include <cstdint>
 #include <memory>

@@ -278,12 +278,14 @@ TEST(NetlinkReachability, ThisMachine_TheFirstCallbackTellsWhatTheRoutingTablesS
   target->setCallback(&recordFlags, &context);
   target->setDispatchQueue(queue);
   queue->sync([] {});
+  // Cleared before the inbox's lock is taken: clearing waits for a running
+  // callback, and the callback takes that lock.
+  target->setCallback(nullptr, nullptr);
   std::lock_guard lock(inbox.first);
   ASSERT_EQ(inbox.second.size(), 1u);
   // Unless the routes changed in between, the two readings agree.
   EXPECT_EQ(inbox.second[0], NetlinkReachability::flagsFor(tables.value()));
   EXPECT_EQ(inbox.second[0] & ~(platform::kReachabilityFlagsReachable | platform::kReachabilityFlagsIsWWAN), 0u);
-  target->setCallback(nullptr, nullptr);
 }
 
 }  // namespace
