@@ -89,7 +89,7 @@ void NetworkWatcher::_reachabilityDidChange(platform::ReachabilityTarget& /*targ
   // required, transient connection...) do not change the state.
   NetworkState state = NetworkStateNotConnected;
   if ((flags & platform::kReachabilityFlagsReachable) != 0) {
-    state = (flags & platform::kReachabilityFlagsIsWWAN) != 0 ? NetworkStateCellular : NetworkStateWiFi;
+    state = (flags & platform::kReachabilityFlagsOverCellular) != 0 ? NetworkStateCellular : NetworkStateWiFi;
   }
   watcher->_updateState(state);
 }

@@ -184,7 +184,7 @@ platform::ReachabilityFlags NetlinkReachability::flagsFor(const Tables& tables) 
   if (best == nullptr) {
     return 0;
   }
-  return platform::kReachabilityFlagsReachable | (isCellular(*best) ? platform::kReachabilityFlagsIsWWAN : 0);
+  return platform::kReachabilityFlagsReachable | (isCellular(*best) ? platform::kReachabilityFlagsOverCellular : 0);
 }
 
 Result<bool> NetlinkReachability::parseMessages(const void* data, std::size_t length, Tables& tables) {

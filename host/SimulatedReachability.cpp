@@ -31,7 +31,7 @@ platform::ReachabilityFlags SimulatedReachability::flagsFor(NetworkSetting netwo
     case NetworkSetting::WiFi:
       return platform::kReachabilityFlagsReachable;
     case NetworkSetting::Cellular:
-      return platform::kReachabilityFlagsReachable | platform::kReachabilityFlagsIsWWAN;
+      return platform::kReachabilityFlagsReachable | platform::kReachabilityFlagsOverCellular;
     case NetworkSetting::Offline:
       return 0;
   }

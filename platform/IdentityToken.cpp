@@ -6,11 +6,12 @@
 namespace velune::platform {
 namespace {
 
-// The archive names its class so that data of another kind is not taken for a token.
-constexpr const char* kArchiverKey = "$archiver";
-constexpr const char* kArchiverName = "KeyedArchiver";
-constexpr const char* kClassKey = "$class";
-constexpr const char* kClassName = "IdentityToken";
+// The archive names its kind and version, so that data of another kind is
+// not taken for a token and a later format can be told apart.
+constexpr const char* kKindKey = "kind";
+constexpr const char* kKindName = "velune.identity-token";
+constexpr const char* kVersionKey = "version";
+constexpr int kVersion = 1;
 constexpr const char* kIdentityKey = "identity";
 
 }  // namespace
@@ -28,8 +29,8 @@ std::string IdentityToken::description() const {
 
 Value::Data IdentityToken::archivedData() const {
   nlohmann::ordered_json archive;
-  archive[kArchiverKey] = kArchiverName;
-  archive[kClassKey] = kClassName;
+  archive[kKindKey] = kKindName;
+  archive[kVersionKey] = kVersion;
   archive[kIdentityKey] = identity_;
   // Identities come from outside; invalid UTF-8 is replaced rather than thrown on.
   const std::string text = archive.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
@@ -41,11 +42,11 @@ std::optional<IdentityToken> IdentityToken::fromArchivedData(const Value::Data& 
   if (!archive.is_object()) {
     return std::nullopt;
   }
-  const auto archiver = archive.find(kArchiverKey);
-  const auto className = archive.find(kClassKey);
+  const auto kind = archive.find(kKindKey);
+  const auto version = archive.find(kVersionKey);
   const auto identity = archive.find(kIdentityKey);
-  if (archiver == archive.end() || *archiver != kArchiverName || className == archive.end() ||
-      *className != kClassName || identity == archive.end() || !identity->is_string()) {
+  if (kind == archive.end() || *kind != kKindName || version == archive.end() || *version != kVersion ||
+      identity == archive.end() || !identity->is_string()) {
     return std::nullopt;
   }
   return IdentityToken(identity->get<std::string>());

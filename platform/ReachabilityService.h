@@ -25,10 +25,10 @@ class ReachabilityTarget;
 
 // The flags word of a target.
 using ReachabilityFlags = std::uint32_t;
+// The host can be reached.
 inline constexpr ReachabilityFlags kReachabilityFlagsReachable = 0x2;
-inline constexpr ReachabilityFlags kReachabilityFlagsConnectionRequired = 0x4;
 // The route to the host goes over the cellular network.
-inline constexpr ReachabilityFlags kReachabilityFlagsIsWWAN = 0x40000;
+inline constexpr ReachabilityFlags kReachabilityFlagsOverCellular = 0x40000;
 
 using ReachabilityCallback = void (*)(ReachabilityTarget& target, ReachabilityFlags flags, void* info);
 

@@ -285,7 +285,7 @@ TEST(NetlinkReachability, ThisMachine_TheFirstCallbackTellsWhatTheRoutingTablesS
   ASSERT_EQ(inbox.second.size(), 1u);
   // Unless the routes changed in between, the two readings agree.
   EXPECT_EQ(inbox.second[0], NetlinkReachability::flagsFor(tables.value()));
-  EXPECT_EQ(inbox.second[0] & ~(platform::kReachabilityFlagsReachable | platform::kReachabilityFlagsIsWWAN), 0u);
+  EXPECT_EQ(inbox.second[0] & ~(platform::kReachabilityFlagsReachable | platform::kReachabilityFlagsOverCellular), 0u);
 }
 
 }  // namespace

@@ -16,8 +16,9 @@ TEST(IdentityToken, Archive_ReadsBackAnEqualTokenAndRefusesOtherData) {
 
   const auto asData = [](const std::string& text) { return Value::Data(text.begin(), text.end()); };
   for (const char* other : {"", "not json", "[]", R"({"identity": "user-1"})",
-                            R"({"$archiver": "KeyedArchiver", "$class": "SomethingElse", "identity": "x"})",
-                            R"({"$archiver": "KeyedArchiver", "$class": "IdentityToken", "identity": 7})"}) {
+                            R"({"kind": "something.else", "version": 1, "identity": "x"})",
+                            R"({"kind": "velune.identity-token", "version": 2, "identity": "x"})",
+                            R"({"kind": "velune.identity-token", "version": 1, "identity": 7})"}) {
     EXPECT_FALSE(IdentityToken::fromArchivedData(asData(other))) << other;
   }
   // An identity that is not UTF-8 still archives (replaced), never throws.
