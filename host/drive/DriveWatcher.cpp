@@ -233,7 +233,10 @@ std::vector<DriveEvent> DriveWatcher::readEvents() {
             continue;  // travels with its item, whose own move is reported
           }
           if (fromKind == kind) {
+            // What was at the new name (if anything) has been replaced: a
+            // document saved by writing a new file and renaming it over the old.
             out.push_back({DriveEvent::Kind::Moved, joinPath(fromFolder, fromLogical), item});
+            out.push_back({DriveEvent::Kind::Changed, item, {}});
             continue;
           }
           eventForRemoval(fromPath, out);

@@ -164,7 +164,10 @@ std::optional<Error> HostFileCoordinator::write(std::vector<Target> targets,
   }
   for (const auto& target : targets) {
     const bool involvedInMove = std::find(moved.begin(), moved.end(), target.path) != moved.end();
-    if ((target.options & platform::kWritingForDeleting) == 0 && !involvedInMove && itemExists(target.path)) {
+    // An item written to is told it changed; one that was to move but stayed has not.
+    const bool unchangedMover = (target.options & platform::kWritingForMoving) != 0;
+    if ((target.options & platform::kWritingForDeleting) == 0 && !unchangedMover && !involvedInMove &&
+        itemExists(target.path)) {
       core_->presenters().itemChanged(target.path, own);
     }
   }
