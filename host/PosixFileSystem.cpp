@@ -1,10 +1,15 @@
 #include "host/PosixFileSystem.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
+
+#include "host/FileIO.h"
 
 namespace velune::host {
 
@@ -16,6 +21,8 @@ Date dateOf(const statx_timestamp& t) {
   return Date::fromSecondsSince1970(static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9);
 }
 }  // namespace
+
+PosixFileSystem::PosixFileSystem(std::string documentsDirectory) : documentsDirectory_(std::move(documentsDirectory)) {}
 
 bool PosixFileSystem::fileExistsAtPath(const std::string& path, bool* isDirectory) {
   struct stat info {};
@@ -47,6 +54,61 @@ platform::Result<platform::FileAttributes> PosixFileSystem::attributesOfItemAtPa
   attributes.isDirectory = S_ISDIR(info.stx_mode);
   attributes.isSymbolicLink = S_ISLNK(info.stx_mode);
   return attributes;
+}
+
+std::optional<Error> PosixFileSystem::createDirectoryAtPath(const std::string& path,
+                                                            bool withIntermediateDirectories) {
+  if (path.empty()) {
+    return Error::fromErrno(ENOENT, path, true);
+  }
+  if (withIntermediateDirectories) {
+    return makeDirectories(path);
+  }
+  if (::mkdir(path.c_str(), 0755) != 0) {
+    return Error::fromErrno(errno, path, true);
+  }
+  return std::nullopt;
+}
+
+std::optional<Error> PosixFileSystem::removeItemAtPath(const std::string& path) {
+  struct stat info {};
+  if (path.empty() || ::lstat(path.c_str(), &info) != 0) {
+    return Error::fromErrno(path.empty() ? ENOENT : errno, path, true);
+  }
+  std::error_code error;
+  std::filesystem::remove_all(path, error);
+  if (error) {
+    return Error::fromErrno(error.value(), path, true);
+  }
+  return std::nullopt;
+}
+
+std::optional<Error> PosixFileSystem::evictUbiquitousItemAtURL(const platform::URL& url) {
+  return Error::platform(platform::ErrorCode::FeatureUnsupported,
+                         {{std::string(platform::kFilePathErrorKey), platform::Value(url.path())}});
+}
+
+platform::Result<std::vector<std::string>> PosixFileSystem::contentsOfDirectoryAtPath(const std::string& path) {
+  DIR* folder = ::opendir(path.c_str());
+  if (folder == nullptr) {
+    return Error::fromErrno(errno, path, false);
+  }
+  std::vector<std::string> names;
+  while (const dirent* entry = ::readdir(folder)) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") {
+      names.emplace_back(name);
+    }
+  }
+  ::closedir(folder);
+  return names;
+}
+
+std::vector<platform::URL> PosixFileSystem::documentDirectoryURLs() {
+  if (documentsDirectory_.empty()) {
+    return {};
+  }
+  return {platform::URL::fileURLWithPath(documentsDirectory_, true)};
 }
 
 }  // namespace velune::host

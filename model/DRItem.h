@@ -19,46 +19,31 @@
 #include <vector>
 
 #include "platform/OperationQueue.h"
+#include "platform/ResourceKeys.h"
 #include "platform/URL.h"
 #include "platform/Value.h"
 
 namespace velune {
 
-// The 14 resource keys an item record reads, always all, in this order.
-namespace ResourceKey {
-inline constexpr const char* Name = "NameKey";
-inline constexpr const char* LocalizedName = "LocalizedNameKey";
-inline constexpr const char* TypeIdentifier = "TypeIdentifierKey";
-inline constexpr const char* LocalizedTypeDescription = "LocalizedTypeDescriptionKey";
-inline constexpr const char* FileSize = "FileSizeKey";
-inline constexpr const char* CreationDate = "CreationDateKey";
-inline constexpr const char* ContentModificationDate = "ContentModificationDateKey";
-inline constexpr const char* IsDirectory = "IsDirectoryKey";
-inline constexpr const char* IsPackage = "IsPackageKey";
-inline constexpr const char* HasHiddenExtension = "HasHiddenExtensionKey";
-inline constexpr const char* ParentDirectoryURL = "ParentDirectoryURLKey";
-inline constexpr const char* IsShared = "UbiquitousItemIsSharedKey";
-inline constexpr const char* SharedItemRole = "UbiquitousSharedItemCurrentUserRoleKey";
-inline constexpr const char* DownloadingStatus = "UbiquitousItemDownloadingStatusKey";
-// Not among the 14: the thumbnails of an item, a map of sizes to images.
-inline constexpr const char* ThumbnailDictionary = "ThumbnailDictionaryKey";
-}  // namespace ResourceKey
+// The 14 resource keys an item record reads, always all, in this order, and
+// the thumbnail dictionary's key (platform/ResourceKeys.h).
+namespace ResourceKey = ::velune::platform::resource_keys;
 
-// Values of the shared-item role and downloading-status keys.
-inline constexpr const char* kSharedItemRoleOwner = "SharedItemRoleOwner";
-inline constexpr const char* kSharedItemRoleParticipant = "SharedItemRoleParticipant";
-inline constexpr const char* kDownloadingStatusNotDownloaded = "DownloadingStatusNotDownloaded";
-inline constexpr const char* kDownloadingStatusDownloaded = "DownloadingStatusDownloaded";
-inline constexpr const char* kDownloadingStatusCurrent = "DownloadingStatusCurrent";
-// The key of the 1024×1024 thumbnail in a thumbnail dictionary.
-inline constexpr const char* kThumbnail1024x1024SizeKey = "1024x1024";
+// Values of the shared-item role and downloading-status keys, and the key of
+// the 1024×1024 thumbnail in a thumbnail dictionary.
+using platform::kDownloadingStatusCurrent;
+using platform::kDownloadingStatusDownloaded;
+using platform::kDownloadingStatusNotDownloaded;
+using platform::kSharedItemRoleOwner;
+using platform::kSharedItemRoleParticipant;
+using platform::kThumbnail1024x1024SizeKey;
 
 class DRItem : public std::enable_shared_from_this<DRItem> {
  public:
   // The record of the item at `url`, or null when its values cannot be read
   // (logged at level 3 "Failed to cache values for URL %@").
   static std::shared_ptr<DRItem> initWithURL(const platform::URL& url);
-  // Not allowed: throws std::invalid_argument "Don't call -[DRItem init].".
+  // Not allowed: throws std::invalid_argument "Don't call DRItem::init.".
   static std::shared_ptr<DRItem> init();
 
   // The 14 keys, built once per process.

@@ -1,10 +1,207 @@
 #include "model/FileUtils.h"
 
+#include <algorithm>
+
 #include "diag/DRLogging.h"
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
+#include "platform/SyncContainer.h"
+#include "platform/SyncContainerService.h"
+#include "platform/SyncURLService.h"
+#include "platform/TypeRegistry.h"
+#include "platform/URLResourceService.h"
 
 namespace velune {
+
+using platform::Error;
+using platform::URL;
+using platform::Value;
+
+namespace {
+
+// The path-bar separator: blank, U+25B8, blank.
+constexpr const char* kPathBarSeparator = " \u25B8 ";
+
+std::vector<std::string> splitComponents(const std::string& path) {
+  std::vector<std::string> parts;
+  size_t start = 0;
+  while (start < path.size()) {
+    size_t end = path.find('/', start);
+    if (end == std::string::npos) {
+      end = path.size();
+    }
+    if (end > start) {
+      parts.push_back(path.substr(start, end - start));
+    }
+    start = end + 1;
+  }
+  return parts;
+}
+
+}  // namespace
+
+Value FileUtils::getResourceValue(const std::string& key, const URL& url) {
+  if (url.isEmpty()) {
+    return Value();
+  }
+  auto& resources = VELUNE_SERVICE(urlResources);
+  auto promised = resources.promisedItemResourceValueForKey(url, key);
+  if (promised.ok() && !promised.value().isNull()) {
+    return promised.value();
+  }
+  auto plain = resources.resourceValueForKey(url, key);
+  return plain.ok() ? plain.value() : Value();
+}
+
+std::optional<std::string> FileUtils::containerIdForURL(const URL& url) {
+  auto container = VELUNE_SERVICE(syncContainers).containerForItemAtURL(url);
+  if (!container.ok() || !container.value()) {
+    return std::nullopt;
+  }
+  return container.value()->identifier();
+}
+
+std::optional<Error> FileUtils::containerAndRelativePathforURL(
+    const URL& url, std::shared_ptr<platform::SyncContainer>* container,
+    std::vector<std::string>* relativePathComponents) {
+  auto found = VELUNE_SERVICE(syncContainers).containerForItemAtURL(url);
+  if (!found.ok()) {
+    return found.error();
+  }
+  if (!found.value()) {
+    return std::nullopt;
+  }
+  const auto& syncContainer = found.value();
+  if (container != nullptr) {
+    *container = syncContainer;
+  }
+  if (relativePathComponents != nullptr) {
+    auto& syncURLs = VELUNE_SERVICE(syncURLs);
+    const auto documents = syncContainer->documentsURL();
+    const auto documentsPath = documents ? syncURLs.relativePathToCloudRoot(*documents) : std::nullopt;
+    const auto itemPath = syncURLs.relativePathToCloudRoot(url);
+    if (documentsPath && itemPath) {
+      const auto documentComponents = splitComponents(*documentsPath);
+      const auto itemComponents = splitComponents(*itemPath);
+      // The leading components are dropped by count, not compared.
+      if (itemComponents.size() > documentComponents.size()) {
+        *relativePathComponents = std::vector<std::string>(
+            itemComponents.begin() + static_cast<std::ptrdiff_t>(documentComponents.size()), itemComponents.end());
+      }
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> FileUtils::displayableLocationForURL(const URL& url) {
+  std::shared_ptr<platform::SyncContainer> container;
+  std::vector<std::string> components;
+  if (containerAndRelativePathforURL(url, &container, &components) || !container) {
+    return std::nullopt;
+  }
+  auto& containers = VELUNE_SERVICE(syncContainers);
+  std::string text;
+  if (container->identifier() != containers.defaultContainerIdentifier()) {
+    text = containers.localizedNameOfDefaultContainer() + kPathBarSeparator;
+  }
+  text += container->localizedName();
+  if (components.size() >= 2) {
+    for (size_t i = 0; i + 1 < components.size(); ++i) {
+      text += kPathBarSeparator;
+      text += components[i];
+    }
+  }
+  DRLOG(kLogDebug, "PathBar: %@", text);
+  return text;
+}
+
+bool FileUtils::isValidExtensionForContainer(const URL& url) {
+  const std::string extension = url.pathExtension();
+  if (extension.empty()) {
+    return true;
+  }
+  auto& types = VELUNE_SERVICE(typeRegistry);
+  const std::string type = types.preferredIdentifierForExtension(extension);
+  if (type.empty()) {
+    return true;
+  }
+  auto lookup = VELUNE_SERVICE(syncContainers).containerForItemAtURL(url);
+  const std::shared_ptr<platform::SyncContainer> container = lookup.ok() ? lookup.value() : nullptr;
+  if (!container) {
+    return false;
+  }
+  if (container->identifier() == VELUNE_SERVICE(syncContainers).defaultContainerIdentifier()) {
+    return true;
+  }
+  if (!container->documentsURL()) {
+    return false;
+  }
+  const Value& declared = container->documentTypes();
+  if (declared.isNull() || (declared.isArray() && declared.count() == 0)) {
+    return true;
+  }
+  // The distinct union of every declared type's content types, in order.
+  std::vector<Value> identifiers;
+  bool isSet = declared.isArray();
+  if (isSet) {
+    for (size_t i = 0; i < declared.count() && isSet; ++i) {
+      const Value& contentTypes = declared.at(i)[platform::kDocumentTypeContentTypesKey];
+      if (contentTypes.isNull()) {
+        continue;
+      }
+      if (!contentTypes.isArray()) {
+        isSet = false;
+        break;
+      }
+      for (size_t k = 0; k < contentTypes.count(); ++k) {
+        const Value& identifier = contentTypes.at(k);
+        if (std::find(identifiers.begin(), identifiers.end(), identifier) == identifiers.end()) {
+          identifiers.push_back(identifier);
+        }
+      }
+    }
+  }
+  if (!isSet) {
+    DRLOG(kLogErr, "Expected the content types of container %@ as a set: %@", container->identifier(), declared);
+    return false;
+  }
+  for (const Value& identifier : identifiers) {
+    if (identifier == Value("public.data") || identifier == Value("public.content")) {
+      DRLOG(kLogInfo, "Container supports all UTIs");
+      return true;
+    }
+    const std::string* text = identifier.asString();
+    if (text == nullptr) {
+      DRLOG(kLogErr, "Expected array of strings");
+      continue;
+    }
+    if (types.typeConformsTo(type, *text)) {
+      DRLOG(kLogInfo, "Extension %@ conforms to UTI %@", extension, *text);
+      return true;
+    }
+  }
+  return false;
+}
+
+bool FileUtils::isAudioVideoImageFile(const URL& url) {
+  const std::string extension = url.pathExtension();
+  if (extension.empty()) {
+    return false;
+  }
+  auto& types = VELUNE_SERVICE(typeRegistry);
+  const std::string type = types.preferredIdentifierForExtension(extension);
+  if (type.empty()) {
+    return false;
+  }
+  for (const char* kind : {"public.image", "public.movie", "public.audio"}) {
+    if (types.typeConformsTo(type, kind)) {
+      DRLOG(kLogDebug, "isAudioVideoImageFile: Extension %@ is %@ which conforms to UTI %@", extension, type, kind);
+      return true;
+    }
+  }
+  DRLOG(kLogDebug, "isAudioVideoImageFile: Extension %@ is %@ which is not.", extension, type);
+  return false;
+}
 
 void FileUtils::logFileAttributes(const std::string& path) {
   const auto attributes = VELUNE_SERVICE(fileSystem).attributesOfItemAtPath(path);
@@ -22,6 +219,15 @@ void FileUtils::logFileAttributes(const std::string& path) {
   DRLOG(kLogDebug, "Date Modified: %@ (%lf seconds ago)", values.modificationDate,
         secondsAgo(values.modificationDate));
   DRLOG(kLogDebug, "Size: %@ bytes", values.size);
+}
+
+std::optional<URL> FileUtils::docDir() {
+  const auto directories = VELUNE_SERVICE(fileSystem).documentDirectoryURLs();
+  if (directories.empty()) {
+    return std::nullopt;
+  }
+  const URL& first = directories.front();
+  return first.hasDirectoryPath() ? first : URL::fileURLWithPath(first.path(), true);
 }
 
 }  // namespace velune

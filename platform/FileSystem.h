@@ -1,13 +1,21 @@
 #pragma once
 // FileSystem: plain file operations on the phone's storage, by path.
 // Everything is synchronous and callable from any thread.
+//
+// On the drive, an item that is only in the cloud has no file at its own path
+// (fileExistsAtPath() is false for it); the drive's own services
+// (SyncURLService, URLResourceService) know it by its placeholder. Changes made
+// here to items of the drive are mirrored to the cloud by the host.
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/Date.h"
+#include "platform/Error.h"
 #include "platform/Result.h"
+#include "platform/URL.h"
 
 namespace velune::platform {
 
@@ -29,6 +37,19 @@ class FileSystem {
   virtual bool fileExistsAtPath(const std::string& path, bool* isDirectory = nullptr) = 0;
   // The attributes of the item itself (a symbolic link is not followed).
   virtual Result<FileAttributes> attributesOfItemAtPath(const std::string& path) = 0;
+
+  // Creates the directory; with `withIntermediateDirectories`, also its
+  // missing parents, and an existing directory is no error.
+  virtual std::optional<Error> createDirectoryAtPath(const std::string& path, bool withIntermediateDirectories) = 0;
+  // Removes the item, a folder with everything in it.
+  virtual std::optional<Error> removeItemAtPath(const std::string& path) = 0;
+  // Drops the local copy of a downloaded cloud document, keeping it in the
+  // cloud (it becomes cloud-only). An error for items that are not in the drive.
+  virtual std::optional<Error> evictUbiquitousItemAtURL(const URL& url) = 0;
+  // The names in a folder, hidden ones included, in no particular order.
+  virtual Result<std::vector<std::string>> contentsOfDirectoryAtPath(const std::string& path) = 0;
+  // The user's documents directories, most important first (may be empty).
+  virtual std::vector<URL> documentDirectoryURLs() = 0;
 };
 
 }  // namespace velune::platform

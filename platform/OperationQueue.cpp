@@ -1,12 +1,15 @@
 #include "platform/OperationQueue.h"
 
+#include <atomic>
+
 namespace velune::platform {
 namespace {
 thread_local OperationQueue* tCurrentOperationQueue = nullptr;
 }  // namespace
 
 struct OperationQueue::Shared {
-  OperationQueue* owner = nullptr;
+  // Cleared when the queue object goes; operations still running then see no current queue.
+  std::atomic<OperationQueue*> owner{nullptr};
   int limit = 64;
   QualityOfService qos = QualityOfService::Default;
   std::mutex mutex;
@@ -27,7 +30,17 @@ OperationQueue::OperationQueue(std::string name, QualityOfService qos, int maxCo
   }
 }
 
-OperationQueue::~OperationQueue() { waitUntilAllOperationsAreFinished(); }
+OperationQueue::~OperationQueue() {
+  shared_->owner.store(nullptr);
+  if (tCurrentOperationQueue == this) {
+    // The last owner let go inside one of this queue's own operations: waiting
+    // for it would wait for ourselves. The operations left run on without the
+    // queue object (their shared state outlives it).
+    tCurrentOperationQueue = nullptr;
+    return;
+  }
+  waitUntilAllOperationsAreFinished();
+}
 
 void OperationQueue::addOperation(std::function<void()> operation) {
   {
@@ -53,7 +66,7 @@ void OperationQueue::startMore(const std::shared_ptr<Shared>& shared_) {
     }
     auto run = [shared = shared_, operation = std::move(operation)] {
       OperationQueue* previous = tCurrentOperationQueue;
-      tCurrentOperationQueue = shared->owner;
+      tCurrentOperationQueue = shared->owner.load();
       operation();
       tCurrentOperationQueue = previous;
       {

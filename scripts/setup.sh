@@ -8,7 +8,7 @@ packages=(
   build-essential cmake ninja-build pkg-config ccache
   g++ clang libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  libicu-dev libcairo2-dev nlohmann-json3-dev libsystemd-dev
+  libicu-dev libcairo2-dev libjpeg-dev nlohmann-json3-dev libsystemd-dev
   libspdlog-dev
   fonts-dejavu-core
 )

@@ -1,0 +1,179 @@
+#include "host/drive/PresenterRegistry.h"
+
+#include <condition_variable>
+
+#include "diag/DRLogging.h"
+#include "host/drive/DrivePaths.h"
+#include "host/drive/HostSyncURLService.h"
+#include "platform/DispatchQueue.h"
+#include "platform/OperationQueue.h"
+
+namespace velune::host {
+
+using platform::FilePresenter;
+using platform::URL;
+
+PresenterRegistry::PresenterRegistry()
+    : fallbackQueue_(platform::DispatchQueue::createSerial("com.vorlan.platform.filepresenters",
+                                                           platform::QualityOfService::Utility)) {}
+
+void PresenterRegistry::add(const std::shared_ptr<FilePresenter>& presenter) {
+  if (!presenter) {
+    return;
+  }
+  std::lock_guard lock(mutex_);
+  std::erase_if(entries_, [](const Entry& entry) { return entry.presenter.expired(); });
+  for (const auto& entry : entries_) {
+    if (entry.identity == presenter.get()) {
+      return;
+    }
+  }
+  entries_.push_back(Entry{presenter, presenter.get()});
+}
+
+void PresenterRegistry::remove(const FilePresenter* presenter) {
+  std::lock_guard lock(mutex_);
+  std::erase_if(entries_, [presenter](const Entry& entry) {
+    return entry.identity == presenter || entry.presenter.expired();
+  });
+}
+
+std::vector<std::shared_ptr<FilePresenter>> PresenterRegistry::all() {
+  std::lock_guard lock(mutex_);
+  std::vector<std::shared_ptr<FilePresenter>> out;
+  for (const auto& entry : entries_) {
+    if (auto presenter = entry.presenter.lock()) {
+      out.push_back(std::move(presenter));
+    }
+  }
+  return out;
+}
+
+bool PresenterRegistry::isEmpty() { return all().empty(); }
+
+std::optional<std::string> PresenterRegistry::presentedPath(const FilePresenter& presenter) {
+  const URL url = presenter.presentedItemURL();
+  if (url.isEmpty() || !url.isFileURL()) {
+    return std::nullopt;
+  }
+  return lexicallyNormal(logicalPathOfURL(url));
+}
+
+void PresenterRegistry::deliver(const std::shared_ptr<FilePresenter>& presenter,
+                                std::function<void(FilePresenter&)> notice, std::function<void()> ifGone) {
+  // The task holds the presenter weakly: a presenter that goes away before its
+  // queue runs the notice is not kept alive for it.
+  std::weak_ptr<FilePresenter> weak = presenter;
+  auto task = [weak, notice = std::move(notice), ifGone = std::move(ifGone)] {
+    if (auto strong = weak.lock()) {
+      notice(*strong);
+    } else if (ifGone) {
+      ifGone();
+    }
+  };
+  if (platform::OperationQueue* queue = presenter->presentedItemOperationQueue()) {
+    queue->addOperation(std::move(task));
+  } else {
+    fallbackQueue_->async(std::move(task));
+  }
+}
+
+void PresenterRegistry::itemChanged(const std::string& path, const FilePresenter* excluding) {
+  for (const auto& presenter : all()) {
+    if (presenter.get() == excluding) {
+      continue;
+    }
+    const auto presented = presentedPath(*presenter);
+    if (!presented) {
+      continue;
+    }
+    if (*presented == path) {
+      deliver(presenter, [](FilePresenter& p) { p.presentedItemDidChange(); });
+    } else if (isSameOrInside(path, *presented)) {
+      const URL changed = URL::fileURLWithPath(path, false);
+      deliver(presenter, [changed](FilePresenter& p) { p.presentedSubitemDidChangeAtURL(changed); });
+    }
+  }
+}
+
+void PresenterRegistry::itemMoved(const std::string& from, const std::string& to, const FilePresenter* excluding) {
+  for (const auto& presenter : all()) {
+    if (presenter.get() == excluding) {
+      continue;
+    }
+    const auto presented = presentedPath(*presenter);
+    if (!presented || !isSameOrInside(*presented, from)) {
+      continue;
+    }
+    const std::string newPath = to + presented->substr(from.size());
+    const URL newURL = URL::fileURLWithPath(newPath, presenter->presentedItemURL().hasDirectoryPath());
+    deliver(presenter, [newURL](FilePresenter& p) { p.presentedItemDidMoveToURL(newURL); });
+  }
+}
+
+void PresenterRegistry::itemDeleted(const std::string& path, const FilePresenter* excluding,
+                                    bool waitForPresenters) {
+  struct Waiter {
+    std::mutex mutex;
+    std::condition_variable done;
+    int pending = 0;
+  };
+  auto waiter = std::make_shared<Waiter>();
+  auto finished = [waiter] {
+    {
+      std::lock_guard lock(waiter->mutex);
+      --waiter->pending;
+    }
+    waiter->done.notify_all();
+  };
+  auto handler = [finished](std::optional<platform::Error> error) {
+    if (error) {
+      DRLOG(kLogWarning, "A presenter could not accommodate a deletion: %@", *error);
+    }
+    finished();
+  };
+  const URL deleted = URL::fileURLWithPath(path, false);
+  for (const auto& presenter : all()) {
+    if (presenter.get() == excluding) {
+      continue;
+    }
+    const auto presented = presentedPath(*presenter);
+    if (!presented) {
+      continue;
+    }
+    if (isSameOrInside(*presented, path)) {
+      {
+        std::lock_guard lock(waiter->mutex);
+        ++waiter->pending;
+      }
+      deliver(
+          presenter,
+          [handler](FilePresenter& p) { p.accommodatePresentedItemDeletionWithCompletionHandler(handler); },
+          finished);
+    } else if (isSameOrInside(path, *presented)) {
+      {
+        std::lock_guard lock(waiter->mutex);
+        ++waiter->pending;
+      }
+      deliver(
+          presenter,
+          [handler, deleted](FilePresenter& p) { p.accommodatePresentedSubitemDeletionAtURL(deleted, handler); },
+          finished);
+    }
+  }
+  if (!waitForPresenters) {
+    return;
+  }
+  std::unique_lock lock(waiter->mutex);
+  if (!waiter->done.wait_for(lock, kAccommodationTimeout, [&] { return waiter->pending <= 0; })) {
+    DRLOG(kLogWarning, "Deleting %@ without waiting longer for %d presenters", path, waiter->pending);
+  }
+}
+
+void PresenterRegistry::everythingChanged() {
+  for (const auto& presenter : all()) {
+    deliver(presenter, [](FilePresenter& p) { p.presentedItemDidChange(); });
+  }
+}
+
+}  // namespace velune::host
