@@ -60,8 +60,8 @@ class UIUtils {
   // No URLs: the completion runs at once with cancelled = true. When the text
   // cannot be made (the one item cannot be read or has no name), nothing is
   // shown, a level-4 line is logged and the completion runs with cancelled =
-  // true, so the caller's flow ends without deleting. `hasContainer` is not
-  // consulted.
+  // true, so the caller's flow ends without deleting; so does a sheet that
+  // cannot be presented (no screen). `hasContainer` is not consulted.
   static void showDeleteWarningAlert(const std::vector<platform::URL>& urls, bool hasContainer,
                                      const std::shared_ptr<ui::ViewController>& viewController,
                                      const std::shared_ptr<ui::View>& usingView,

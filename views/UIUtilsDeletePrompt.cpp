@@ -90,7 +90,12 @@ void UIUtils::showDeleteWarningAlert(const std::vector<platform::URL>& urls, boo
     presenter = presenter->presentedViewController();
   }
   if (!presenter || !presenter->presentViewController(sheet, true)) {
+    // No one can answer a sheet that is not shown: end the caller's flow
+    // without deleting, as for a cancellation.
     DRLOG(kLogWarning, "Could not show the delete confirmation over %@", viewController);
+    if (*shared) {
+      (*shared)(nullptr, true);
+    }
   }
 }
 
