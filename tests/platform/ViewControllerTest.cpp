@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/ui/LayoutConstraint.h"
 #include "platform/ui/NavigationStackController.h"
 #include "tests/support/UITestSupport.h"
 
@@ -203,6 +204,54 @@ TEST_F(ViewControllerTest, Traits_IdiomSizeClassesAndATransitionToANewSize) {
   auto tablet = TraitCollection::forWindowSize(UserInterfaceIdiom::Tablet, Size{768, 1024}, 2);
   EXPECT_EQ(tablet.horizontalSizeClass, UserInterfaceSizeClass::Regular);
   EXPECT_EQ(tablet.verticalSizeClass, UserInterfaceSizeClass::Regular);
+}
+
+// A page inset from its bars as the preview pages do it: the status bar's
+// thickness in either orientation, the navigation bar's height and the
+// toolbar's height while it is shown, plus a margin by size class.
+TEST_F(ViewControllerTest, Bars_ATabletKeepsItsStatusBarInLandscapeAndAHiddenToolbarTakesNoRoom) {
+  device_ = testing::installDevice(Size{768, 1024}, 2, UserInterfaceIdiom::Tablet);
+  auto page = make("page");
+  auto nav = NavigationStackController::make(page);
+  auto window = testing::showInWindow(nav);
+  auto wrapper = std::make_shared<View>();
+  wrapper->setTranslatesAutoresizingMaskIntoConstraints(false);
+  page->view()->addSubview(wrapper);
+  auto leading = LayoutConstraint::equal(wrapper, LayoutAttribute::Leading, page->view(), LayoutAttribute::Leading);
+  auto trailing = LayoutConstraint::equal(wrapper, LayoutAttribute::Trailing, page->view(), LayoutAttribute::Trailing);
+  auto top = LayoutConstraint::equal(wrapper, LayoutAttribute::Top, page->view(), LayoutAttribute::Top);
+  auto bottom = LayoutConstraint::equal(wrapper, LayoutAttribute::Bottom, page->view(), LayoutAttribute::Bottom);
+  LayoutConstraint::activateConstraints({leading, trailing, top, bottom});
+  auto configureMargins = [&] {
+    const bool regular = page->traitCollection().horizontalSizeClass == UserInterfaceSizeClass::Regular &&
+                         page->traitCollection().verticalSizeClass == UserInterfaceSizeClass::Regular;
+    const double side = regular ? 45 : 17;
+    const Size pageSize = page->view()->bounds().size;
+    const double vertical = regular || pageSize.height > 2 * pageSize.width ? 45 : 17;
+    const Rect status = window->screen()->statusBarFrame();
+    leading->setConstant(side);
+    trailing->setConstant(-side);
+    top->setConstant(std::min(status.width(), status.height()) + nav->navigationBar().frame().height() + vertical);
+    bottom->setConstant(-(vertical + (nav->isToolbarHidden() ? 0 : nav->toolbar().frame().height())));
+    window->layoutIfNeeded();
+  };
+
+  configureMargins();
+  EXPECT_EQ(window->screen()->statusBarFrame(), Rect(0, 0, 768, 20));
+  EXPECT_EQ(nav->navigationBar().frame(), Rect(0, 20, 768, 44));
+  EXPECT_EQ(wrapper->frame(), Rect(45, 20 + 44 + 45, 768 - 90, 1024 - 109 - 45));
+
+  // Turned, with the toolbar shown: the status bar stays on a tablet.
+  device_->setOrientation(InterfaceOrientation::LandscapeLeft);
+  window->transitionToSize(Size{1024, 768});
+  nav->setToolbarHidden(false, false);
+  window->layoutIfNeeded();
+  configureMargins();
+  EXPECT_EQ(window->screen()->statusBarFrame(), Rect(0, 0, 1024, 20));
+  EXPECT_EQ(nav->navigationBar().frame(), Rect(0, 20, 1024, 44));
+  EXPECT_EQ(nav->toolbar().frame(), Rect(0, 768 - 44, 1024, 44));
+  EXPECT_EQ(page->traitCollection().horizontalSizeClass, UserInterfaceSizeClass::Regular);
+  EXPECT_EQ(wrapper->frame(), Rect(45, 109, 1024 - 90, 768 - 109 - 45 - 44));
 }
 
 TEST_F(ViewControllerTest, AssociatedObjects_LiveAsLongAsTheController) {
