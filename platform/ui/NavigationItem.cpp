@@ -16,11 +16,8 @@ std::shared_ptr<BarButtonItem> NavigationItem::rightBarButtonItem() const {
 }
 
 void NavigationItem::setRightBarButtonItem(std::shared_ptr<BarButtonItem> item) {
-  VELUNE_ASSERT_MAIN_THREAD();
-  rightItems_.clear();
-  if (item) {
-    rightItems_.push_back(std::move(item));
-  }
+  setRightBarButtonItems(item ? std::vector<std::shared_ptr<BarButtonItem>>{std::move(item)}
+                              : std::vector<std::shared_ptr<BarButtonItem>>{});
 }
 
 void NavigationItem::setRightBarButtonItems(std::vector<std::shared_ptr<BarButtonItem>> items) {
@@ -34,10 +31,8 @@ std::shared_ptr<BarButtonItem> NavigationItem::leftBarButtonItem() const {
 
 void NavigationItem::setLeftBarButtonItem(std::shared_ptr<BarButtonItem> item) {
   VELUNE_ASSERT_MAIN_THREAD();
-  leftItems_.clear();
-  if (item) {
-    leftItems_.push_back(std::move(item));
-  }
+  leftItems_ = item ? std::vector<std::shared_ptr<BarButtonItem>>{std::move(item)}
+                    : std::vector<std::shared_ptr<BarButtonItem>>{};
 }
 
 void NavigationItem::setHidesBackButton(bool hides, bool animated) {

@@ -9,7 +9,6 @@
 #include "diag/DRLogging.h"
 #include "model/DRItem.h"
 #include "platform/ByteCountFormatter.h"
-#include "platform/DeviceInfo.h"
 #include "platform/Localization.h"
 #include "platform/TransferProgress.h"
 #include "platform/ui/Button.h"
@@ -56,9 +55,7 @@ class DownloadViewTest : public ::testing::Test {
  protected:
   void SetUp() override {
     DRSetLogLevel(7);
-    home_.services().device =
-        std::make_shared<platform::DeviceInfo>(ui::Size{390, 844}, 3, ui::UserInterfaceIdiom::Phone);
-    platform::Platform::install(home_.services());
+    testing::installWithPhone(home_.services());
     view_ = DownloadView::initWithFrame(Rect(0, 0, 300, 300));
     view_->setDelegate(delegate_);
     testing::clearLogs();

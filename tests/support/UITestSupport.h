@@ -26,6 +26,13 @@ inline std::shared_ptr<platform::DeviceInfo> installDevice(
   return services.device;
 }
 
+// Adds the test phone (390 × 844 points, scale 3) to services that a test
+// built itself (a drive's, say) and installs them.
+inline void installWithPhone(platform::Services& services) {
+  services.device = std::make_shared<platform::DeviceInfo>(ui::Size{390, 844}, 3, ui::UserInterfaceIdiom::Phone);
+  platform::Platform::install(services);
+}
+
 // A key, visible window of the main screen showing `root`, laid out, with the
 // appearance callbacks delivered.
 inline std::shared_ptr<ui::Window> showInWindow(const std::shared_ptr<ui::ViewController>& root) {

@@ -8,7 +8,6 @@
 #include "diag/DRLogging.h"
 #include "host/GeneratedDocumentIconService.h"
 #include "model/DRItem.h"
-#include "platform/DeviceInfo.h"
 #include "platform/DocumentIconService.h"
 #include "platform/ui/Image.h"
 #include "platform/ui/ImageView.h"
@@ -47,10 +46,8 @@ class ThumbnailImageViewTest : public ::testing::Test {
  protected:
   void SetUp() override {
     DRSetLogLevel(7);
-    home_.services().device =
-        std::make_shared<platform::DeviceInfo>(ui::Size{390, 844}, 3, ui::UserInterfaceIdiom::Phone);
     home_.services().documentIcons = icons_;
-    platform::Platform::install(home_.services());
+    testing::installWithPhone(home_.services());
   }
   void TearDown() override { testing::runMainUntilIdle(); }
 

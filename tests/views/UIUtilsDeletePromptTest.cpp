@@ -6,7 +6,6 @@
 
 #include "diag/DRLogging.h"
 #include "model/DRItem.h"
-#include "platform/DeviceInfo.h"
 #include "platform/Localization.h"
 #include "platform/ui/AlertController.h"
 #include "platform/ui/BarButtonItem.h"
@@ -32,9 +31,7 @@ class UIUtilsDeletePromptTest : public ::testing::Test {
  protected:
   void SetUp() override {
     DRSetLogLevel(7);
-    home_.services().device =
-        std::make_shared<platform::DeviceInfo>(ui::Size{390, 844}, 3, ui::UserInterfaceIdiom::Phone);
-    platform::Platform::install(home_.services());
+    testing::installWithPhone(home_.services());
     window_ = testing::showInWindow(parent_);
     testing::clearLogs();
   }
