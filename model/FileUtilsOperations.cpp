@@ -16,7 +16,9 @@ namespace velune {
 using platform::Error;
 using platform::URL;
 
-bool FileUtils::exists(const URL& url) { return VELUNE_SERVICE(fileSystem).fileExistsAtPath(url.path()); }
+bool FileUtils::exists(const URL& url) {
+  return VELUNE_SERVICE(fileSystem).fileExistsAtPath(url.path());
+}
 
 bool FileUtils::isFile(const URL& url) {
   bool isDirectory = false;
