@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "app/AppDelegate.h"
 #include "diag/DRLogging.h"
 #include "model/FileUtils.h"
 #include "platform/ApplicationHost.h"
@@ -14,7 +15,8 @@ int main(int argc, char** argv) {
   // The build's own date and time.
   DRLOG(kLogInfo, "Built (main) on %s @ %s", __DATE__, __TIME__);
   FileUtils::logFileAttributes(program ? program : "");
-  return platform::ApplicationHost::main(argc, argv, std::nullopt, "AppDelegate");
+  AppDelegate::registerDelegateClass();
+  return platform::ApplicationHost::main(argc, argv, std::nullopt, kAppDelegateClassName);
 }
 
 }  // namespace velune

@@ -2,7 +2,7 @@
 add_library(velune_options INTERFACE)
 target_compile_options(velune_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast
-  -Wcast-align -Woverloaded-virtual -Wnull-dereference -Wformat=2
+  -Wcast-align -Woverloaded-virtual -Wformat=2
   -Wimplicit-fallthrough
   # Source paths in log records are relative to the project root.
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)

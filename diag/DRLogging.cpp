@@ -3,11 +3,13 @@
 #include <cmath>
 #include <cstdio>
 #include <mutex>
+#include <unordered_map>
 
 #include "diag/DRZSLClient.h"
 #include "platform/Clock.h"
 #include "platform/DispatchQueue.h"
 #include "platform/ProcessInfo.h"
+#include "platform/UTF8.h"
 
 namespace velune {
 namespace {
@@ -15,8 +17,9 @@ namespace {
 using platform::Value;
 
 struct PendingMessage {
-  std::string sourceFile;
-  std::string functionName;
+  // Compiler-supplied literals: they live as long as the program.
+  const char* sourceFile = "";
+  const char* functionName = "";
   unsigned line = 0;
   std::string facility;
   int level = 0;
@@ -36,45 +39,28 @@ void fillProcessBuffers() {
   std::snprintf(gProcessId, sizeof gProcessId, "%lu", platform::ProcessInfo::processIdentifier());
 }
 
-// Messages are sent as UTF-8: a byte that does not belong to a valid sequence
-// becomes U+FFFD.
-std::string validUTF8(const std::string& text) {
-  std::string out;
-  out.reserve(text.size());
-  size_t i = 0;
-  while (i < text.size()) {
-    const auto c = static_cast<unsigned char>(text[i]);
-    size_t length = c < 0x80 ? 1 : (c & 0xE0) == 0xC0 ? 2 : (c & 0xF0) == 0xE0 ? 3 : (c & 0xF8) == 0xF0 ? 4 : 0;
-    bool valid = length > 0 && i + length <= text.size();
-    std::uint32_t cp = length == 1 ? c : length == 2 ? (c & 0x1F) : length == 3 ? (c & 0x0F) : (c & 0x07);
-    for (size_t k = 1; valid && k < length; ++k) {
-      const auto cc = static_cast<unsigned char>(text[i + k]);
-      valid = (cc & 0xC0) == 0x80;
-      cp = (cp << 6) | (cc & 0x3F);
-    }
-    if (valid && length > 1) {
-      valid = !((length == 2 && cp < 0x80) || (length == 3 && cp < 0x800) || (length == 4 && cp < 0x10000) ||
-                cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF));
-    }
-    if (valid) {
-      out.append(text, i, length);
-      i += length;
-    } else {
-      out += "\xEF\xBF\xBD";
-      ++i;
-    }
-  }
-  return out;
-}
-
 std::string number(unsigned long value) {
   char buffer[64];
   std::snprintf(buffer, sizeof buffer, "%lu", value);
   return buffer;
 }
 
+// The name shown for a compiler-supplied function name, computed once per call
+// site. Used only on the log queue.
+const std::string& displayedFunctionName(const char* functionName) {
+  static auto* names = new std::unordered_map<const char*, std::string>();
+  auto it = names->find(functionName);
+  if (it == names->end()) {
+    it = names->emplace(functionName, DRLogFunctionName(functionName)).first;
+  }
+  return it->second;
+}
+
 void buildAndSend(const PendingMessage& pending) {
   DRZSLClient& client = DRZSLClient::ZSLClient();
+  // Messages are sent as UTF-8: stray bytes become U+FFFD.
+  const std::optional<std::string> text =
+      pending.message ? std::optional<std::string>(platform::validUTF8(*pending.message)) : std::nullopt;
   if (auto record = client.systemLog().newRecord()) {
     std::call_once(gProcessBuffersOnce, fillProcessBuffers);
 
@@ -96,15 +82,15 @@ void buildAndSend(const PendingMessage& pending) {
     record->set("Facility", kLogFacility);
     record->set("PID", gProcessId);
     record->set("Host", gHostName);
-    if (pending.message) {
-      record->set("Message", validUTF8(*pending.message));
+    if (text) {
+      record->set("Message", *text);
     }
     record->set("Source", pending.sourceFile);
     if (pending.line >= 1) {
       std::snprintf(buffer, sizeof buffer, "%u", pending.line);
       record->set("Line", buffer);
     }
-    record->set("Function", DRLogFunctionName(pending.functionName));
+    record->set("Function", displayedFunctionName(pending.functionName));
     record->set("DRFacility", pending.facility);
     if (client.logLevel() >= 6) {
       record->set("DRLogToFile", "1");
@@ -119,7 +105,7 @@ void buildAndSend(const PendingMessage& pending) {
     }
     client.systemLog().send(client.zslClient(), *record);
   }
-  client.consoleLog().write(pending.message ? validUTF8(*pending.message) : std::string("(null)"));
+  client.consoleLog().write(text ? *text : std::string("(null)"));
 }
 
 }  // namespace
@@ -182,7 +168,8 @@ void DRLogFlush() {
 
 std::string DRLogFunctionName(std::string_view prettyFunction) {
   std::string pretty(prettyFunction);
-  for (const std::string_view noise : {std::string_view("(anonymous namespace)::"), std::string_view("velune::")}) {
+  for (const std::string_view noise :
+       {std::string_view("(anonymous namespace)::"), std::string_view("{anonymous}::"), std::string_view("velune::")}) {
     for (size_t at = pretty.find(noise); at != std::string::npos; at = pretty.find(noise)) {
       pretty.erase(at, noise.size());
     }
@@ -224,7 +211,8 @@ std::string DRLogFunctionName(std::string_view prettyFunction) {
   if (result.empty()) {
     return std::string(prettyFunction);
   }
-  if (pretty.find("<lambda") != std::string::npos) {
+  // g++ writes a lambda as "f()::<lambda()>", clang as "f()::(anonymous class)::operator()()".
+  if (pretty.find("<lambda") != std::string::npos || pretty.find("(anonymous class)") != std::string::npos) {
     result += "_block_invoke";
   }
   return result;

@@ -40,6 +40,10 @@ void DRLogv(const char* sourceFile, const char* functionName, unsigned line, std
             const void* context, const platform::Value::Dictionary* extraKeys, std::string_view format,
             std::span<const platform::FormatArg> arguments);
 
+// The source file and function name of these calls are the compiler's
+// literals (__FILE__, __PRETTY_FUNCTION__): they must live as long as the
+// program, since the record is built later on the log queue.
+
 // Queues an already formatted message (or none); does not test the level.
 void DRLogSendMessage(const char* sourceFile, const char* functionName, unsigned line, std::string_view facility,
                       int level, const void* context, std::optional<std::string> message,

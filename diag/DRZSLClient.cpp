@@ -82,7 +82,37 @@ void DRZSLClient::setLogLevel(int level) {
   logQueue_->sync([this] { systemLog_->setFilterMask(zslClient_, DRLogFilterMask(logLevelForZSL())); });
 }
 
-void DRZSLClient::performLoggingBlock(std::function<void()> block) { logQueue_->async(std::move(block)); }
+void DRZSLClient::performLoggingBlock(std::function<void()> block) {
+  bool schedule = false;
+  {
+    std::lock_guard lock(pendingMutex_);
+    pending_.push_back(std::move(block));
+    schedule = !drainScheduled_;
+    drainScheduled_ = true;
+  }
+  if (schedule) {
+    logQueue_->async([this] { drain(); });
+  }
+}
+
+void DRZSLClient::drain() {
+  std::vector<std::function<void()>> batch;
+  while (true) {
+    {
+      std::lock_guard lock(pendingMutex_);
+      if (pending_.empty()) {
+        drainScheduled_ = false;
+        break;
+      }
+      batch.swap(pending_);
+    }
+    for (auto& block : batch) {
+      block();
+    }
+    batch.clear();
+  }
+  systemLog_->flush();
+}
 
 void DRZSLClient::_setLogLevelFromDefaults() {
   const auto services = Platform::services();

@@ -17,6 +17,8 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <vector>
 
 #include "platform/ConsoleLog.h"
 #include "platform/DispatchQueue.h"
@@ -43,6 +45,9 @@ class DRZSLClient {
   // Stores the level on the caller's thread, then sets the filter mask on the
   // log queue and waits for it. Not from the log queue.
   void setLogLevel(int level);
+  // Runs the block on the log queue, after every block submitted before it.
+  // Blocks are taken from the queue in batches; after each batch the system
+  // log is flushed.
   void performLoggingBlock(std::function<void()> block);
   const std::shared_ptr<platform::DispatchQueue>& logQueue() const { return logQueue_; }
 
@@ -67,6 +72,11 @@ class DRZSLClient {
   platform::SystemLog::Client* zslClient_ = nullptr;
   std::atomic<int> logLevel_{6};
   std::shared_ptr<platform::DispatchQueue> logQueue_;
+
+  void drain();
+  std::mutex pendingMutex_;
+  std::vector<std::function<void()>> pending_;
+  bool drainScheduled_ = false;
 };
 
 // The filter mask for a level: levels 0 to `level` (none below 0).

@@ -26,7 +26,12 @@ std::optional<NetworkSetting> DeviceConfiguration::networkFromName(const std::st
 }
 
 DeviceConfiguration DeviceConfiguration::read(const std::string& path, std::vector<std::string>* problems) {
-  DeviceConfiguration config;
+  return read(path, problems, DeviceConfiguration());
+}
+
+DeviceConfiguration DeviceConfiguration::read(const std::string& path, std::vector<std::string>* problems,
+                                              const DeviceConfiguration& fallback) {
+  DeviceConfiguration config = fallback;
   auto note = [problems](std::string text) {
     if (problems != nullptr) {
       problems->push_back(std::move(text));
@@ -34,11 +39,16 @@ DeviceConfiguration DeviceConfiguration::read(const std::string& path, std::vect
   };
   const auto contents = readWholeFile(path);
   if (!contents.ok()) {
-    return config;  // no file: a new device with the defaults
+    if (contents.error().code() == platform::ErrorCode::FileReadNoSuchFile) {
+      return DeviceConfiguration();  // no file: a new device with the defaults
+    }
+    note("device.json cannot be read: " +
+         contents.error().localizedDescription().value_or(contents.error().description()));
+    return config;
   }
   const auto json = nlohmann::json::parse(contents.value(), nullptr, /*allow_exceptions=*/false);
   if (!json.is_object()) {
-    note("device.json is not a JSON object; using the default device");
+    note("device.json is not a JSON object; its settings are not used");
     return config;
   }
   if (const auto it = json.find("identityToken"); it != json.end()) {
@@ -103,7 +113,7 @@ DeviceConfiguration DeviceConfiguration::read(const std::string& path, std::vect
   return config;
 }
 
-std::optional<platform::Error> DeviceConfiguration::write(const std::string& path) const {
+std::string DeviceConfiguration::text() const {
   nlohmann::ordered_json json;
   json["identityToken"] = identityToken ? nlohmann::ordered_json(*identityToken) : nlohmann::ordered_json(nullptr);
   json["network"] = networkName(network);
@@ -111,7 +121,11 @@ std::optional<platform::Error> DeviceConfiguration::write(const std::string& pat
   json["screen"] = {{"width", screenWidth}, {"height", screenHeight}, {"scale", screenScale}};
   json["quotaTotalBytes"] = quotaTotalBytes;
   json["downloadBytesPerSecond"] = downloadBytesPerSecond;
-  return writeFileAtomically(path, json.dump(2) + "\n");
+  return json.dump(2) + "\n";
+}
+
+std::optional<platform::Error> DeviceConfiguration::write(const std::string& path) const {
+  return writeFileAtomically(path, text());
 }
 
 }  // namespace velune::host

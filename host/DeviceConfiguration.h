@@ -37,8 +37,16 @@ struct DeviceConfiguration {
   std::uint64_t downloadBytesPerSecond = 4'000'000;
 
   static DeviceConfiguration read(const std::string& path, std::vector<std::string>* problems = nullptr);
+  // As read(), but what cannot be read (a file that is not a JSON object, a
+  // value of the wrong kind) keeps the value of `fallback` instead of the
+  // default: a running device does not jump to defaults over a typo. A
+  // missing file still gives the defaults.
+  static DeviceConfiguration read(const std::string& path, std::vector<std::string>* problems,
+                                  const DeviceConfiguration& fallback);
   // Written atomically; an error when the file cannot be written.
   std::optional<platform::Error> write(const std::string& path) const;
+  // The file's text for these settings.
+  std::string text() const;
 
   static const char* networkName(NetworkSetting network);
   static std::optional<NetworkSetting> networkFromName(const std::string& name);

@@ -12,11 +12,16 @@
 
 namespace velune::host {
 
+// Where reachability comes from: the simulated network setting of
+// device.json, or the Linux machine's own routes (netlink).
+enum class ReachabilitySource { Simulated, Netlink };
+
 struct HostOptions {
   std::string home;
   SystemLogKind systemLog = SystemLogKind::Automatic;
   // "-Key value" launch arguments: they override the standard preferences.
   platform::Value::Dictionary argumentDomain;
+  ReachabilitySource reachability = ReachabilitySource::Simulated;
 };
 
 class HostPlatform {

@@ -52,20 +52,51 @@ int LinuxApplicationHost::run(int /*argc*/, char** /*argv*/, const std::optional
     DRLOG(kLogWarning, "No application delegate class named %@; the application runs without one",
           delegateClassName);
   }
-  if (const auto notifications = platform::Platform::services()->notifications) {
-    notifications->post(std::string(platform::kApplicationDidBecomeActiveNotification), this);
-  }
-  if (delegate_) {
-    delegate_->applicationDidBecomeActive(*this);
-  }
+  applyActive(true);
 
   platform::RunLoop::main().run();
 
-  if (delegate_) {
+  if (delegate_ && active_) {
     delegate_->applicationWillResignActive(*this);
   }
+  active_ = false;
   DRLogFlush();
   return 0;
+}
+
+void LinuxApplicationHost::setActive(bool active) {
+  std::weak_ptr<LinuxApplicationHost> weakSelf = weak_from_this();
+  platform::RunLoop::main().post([weakSelf, active] {
+    if (auto self = weakSelf.lock()) {
+      self->applyActive(active);
+    }
+  });
+}
+
+void LinuxApplicationHost::applyActive(bool active) {
+  platform::assertMainThread("LinuxApplicationHost::applyActive");
+  if (active == active_) {
+    return;
+  }
+  active_ = active;
+  const auto notifications = platform::Platform::services()->notifications;
+  if (active) {
+    DRLOG(kLogDebug, "The application is active");
+    if (notifications) {
+      notifications->post(std::string(platform::kApplicationDidBecomeActiveNotification), this);
+    }
+    if (delegate_) {
+      delegate_->applicationDidBecomeActive(*this);
+    }
+  } else {
+    DRLOG(kLogDebug, "The application moves to the background");
+    if (delegate_) {
+      delegate_->applicationWillResignActive(*this);
+    }
+    if (notifications) {
+      notifications->post(std::string(platform::kApplicationWillResignActiveNotification), this);
+    }
+  }
 }
 
 }  // namespace velune::host

@@ -3,12 +3,21 @@
 // makes the delegate, tells it that launching finishes, posts the
 // became-active notification, and runs the main run loop until SIGINT or
 // SIGTERM (or terminate()), then flushes the log and returns 0.
+//
+// While it runs, setActive() moves the application between the foreground
+// and the background (`vdtool app background|foreground` through the home's
+// app-state.json, the control panel): resigning posts the
+// will-resign-active notification and tells the delegate; becoming active
+// again posts the became-active notification and tells the delegate.
+
+#include <memory>
 
 #include "platform/ApplicationHost.h"
 
 namespace velune::host {
 
-class LinuxApplicationHost final : public platform::ApplicationHost {
+class LinuxApplicationHost final : public platform::ApplicationHost,
+                                   public std::enable_shared_from_this<LinuxApplicationHost> {
  public:
   int run(int argc, char** argv, const std::optional<std::string>& principalClassName,
           const std::string& delegateClassName) override;
@@ -18,8 +27,17 @@ class LinuxApplicationHost final : public platform::ApplicationHost {
   // later, so that one watcher thread receives them. Call first in main().
   static void blockTerminationSignals();
 
+  // Any thread: the change happens on the main thread, in the order asked.
+  // Asking for the state the application is in changes nothing.
+  void setActive(bool active);
+  // Main thread.
+  bool isActive() const { return active_; }
+
  private:
+  void applyActive(bool active);
+
   std::shared_ptr<platform::ApplicationDelegate> delegate_;
+  bool active_ = false;
 };
 
 }  // namespace velune::host

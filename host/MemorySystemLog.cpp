@@ -88,4 +88,24 @@ bool MemorySystemLog::waitForRecord(const std::function<bool(const platform::Sys
   });
 }
 
+size_t MemorySystemLog::messageCount(const std::string& message) const {
+  std::lock_guard lock(mutex_);
+  return static_cast<size_t>(std::count_if(sent_.begin(), sent_.end(), [&](const Sent& sent) {
+    const std::string* text = sent.record.get("Message");
+    return text != nullptr && *text == message;
+  }));
+}
+
+bool MemorySystemLog::waitForMessageCount(const std::string& message, size_t count,
+                                          std::chrono::milliseconds timeout) {
+  std::unique_lock lock(mutex_);
+  return changed_.wait_for(lock, timeout, [&] {
+    const auto seen = std::count_if(sent_.begin(), sent_.end(), [&](const Sent& sent) {
+      const std::string* text = sent.record.get("Message");
+      return text != nullptr && *text == message;
+    });
+    return static_cast<size_t>(seen) >= count;
+  });
+}
+
 }  // namespace velune::host

@@ -37,6 +37,9 @@ class MemorySystemLog final : public platform::SystemLog {
   // Waits (bounded, without polling) until a sent record satisfies `matches`.
   bool waitForRecord(const std::function<bool(const platform::SystemLogRecord&)>& matches,
                      std::chrono::milliseconds timeout);
+  // Waits until at least `count` sent records have the message `message`.
+  bool waitForMessageCount(const std::string& message, size_t count, std::chrono::milliseconds timeout);
+  size_t messageCount(const std::string& message) const;
 
  private:
   class MemoryClient final : public Client {};

@@ -6,10 +6,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "host/FileIO.h"
+#include "platform/PercentEncoding.h"
+#include "platform/UTF8.h"
 
 #ifdef VELUNE_HAVE_SYSTEMD
 #include <sys/uio.h>
@@ -20,12 +21,70 @@ namespace velune::host {
 
 using platform::SystemLogRecord;
 
-std::string systemLogRecordJson(const SystemLogRecord& record) {
-  nlohmann::ordered_json object = nlohmann::ordered_json::object();
-  for (const auto& [key, value] : record.fields()) {
-    object[key] = value;
+namespace {
+
+void appendJsonString(std::string& out, std::string_view raw) {
+  static constexpr char kHex[] = "0123456789abcdef";
+  std::string repaired;
+  std::string_view text = raw;
+  if (!platform::isValidUTF8(raw)) {
+    repaired = platform::validUTF8(raw);
+    text = repaired;
   }
-  return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  out.push_back('"');
+  size_t plainStart = 0;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    if (c >= 0x20 && c != '"' && c != '\\') {
+      continue;
+    }
+    out.append(text.substr(plainStart, i - plainStart));
+    plainStart = i + 1;
+    switch (c) {
+      case '"':
+        out += "\\\"";
+        break;
+      case '\\':
+        out += "\\\\";
+        break;
+      case '\n':
+        out += "\\n";
+        break;
+      case '\r':
+        out += "\\r";
+        break;
+      case '\t':
+        out += "\\t";
+        break;
+      default:
+        out += "\\u00";
+        out.push_back(kHex[(c >> 4) & 0xF]);
+        out.push_back(kHex[c & 0xF]);
+    }
+  }
+  out.append(text.substr(plainStart));
+  out.push_back('"');
+}
+
+}  // namespace
+
+std::string systemLogRecordJson(const SystemLogRecord& record) {
+  // Flat objects of texts: written by hand, it is the hot path of the file log.
+  std::string out;
+  out.reserve(512);
+  out.push_back('{');
+  bool first = true;
+  for (const auto& [key, value] : record.fields()) {
+    if (!first) {
+      out.push_back(',');
+    }
+    first = false;
+    appendJsonString(out, key);
+    out.push_back(':');
+    appendJsonString(out, value);
+  }
+  out.push_back('}');
+  return out;
 }
 
 platform::SystemLog::Client* FilteringSystemLog::open(const char*, std::string_view, std::uint32_t) {
@@ -61,6 +120,8 @@ JsonLinesSystemLog::JsonLinesSystemLog(std::string path) : path_(std::move(path)
 }
 
 JsonLinesSystemLog::~JsonLinesSystemLog() {
+  std::lock_guard lock(mutex_);
+  flushLocked();
   if (fd_ >= 0) {
     ::close(fd_);
   }
@@ -71,18 +132,31 @@ void JsonLinesSystemLog::write(const SystemLogRecord& record) {
   if (fd_ < 0) {
     return;
   }
-  const std::string line = systemLogRecordJson(record) + "\n";
+  buffer_ += systemLogRecordJson(record);
+  buffer_.push_back('\n');
+  if (buffer_.size() >= 64 * 1024) {
+    flushLocked();
+  }
+}
+
+void JsonLinesSystemLog::flush() {
+  std::lock_guard lock(mutex_);
+  flushLocked();
+}
+
+void JsonLinesSystemLog::flushLocked() {
   size_t written = 0;
-  while (written < line.size()) {
-    const ssize_t n = ::write(fd_, line.data() + written, line.size() - written);
+  while (fd_ >= 0 && written < buffer_.size()) {
+    const ssize_t n = ::write(fd_, buffer_.data() + written, buffer_.size() - written);
     if (n < 0 && errno == EINTR) {
       continue;
     }
     if (n <= 0) {
-      return;
+      break;  // a full disk loses records; logging never fails its caller
     }
     written += static_cast<size_t>(n);
   }
+  buffer_.clear();
 }
 
 void SyslogSystemLog::write(const SystemLogRecord& record) {

@@ -47,19 +47,25 @@ class FilteringSystemLog : public platform::SystemLog {
   };
 };
 
+// Appends to the file through a buffer of up to 64 KiB, written out at
+// flush() (after each batch of the log queue) or when full.
 class JsonLinesSystemLog final : public FilteringSystemLog {
  public:
   explicit JsonLinesSystemLog(std::string path);
   ~JsonLinesSystemLog() override;
   const std::string& path() const { return path_; }
+  void flush() override;
 
  protected:
   void write(const platform::SystemLogRecord& record) override;
 
  private:
+  void flushLocked();
+
   const std::string path_;
   std::mutex mutex_;
   int fd_ = -1;
+  std::string buffer_;
 };
 
 class SyslogSystemLog final : public FilteringSystemLog {

@@ -293,8 +293,8 @@ void applyThreadPriority(QualityOfService qos, int relativePriority) {
       nice = 15;
       break;
   }
-  // Relative priority -15 .. 0 lowers the class by up to 4 more steps.
-  nice += (-std::clamp(relativePriority, -15, 0) * 4 + 14) / 15;
+  // Relative priority -15 .. 0 lowers the class by up to 5 more steps.
+  nice += (-std::clamp(relativePriority, -15, 0) + 2) / 3;
   nice = std::min(nice, 19);
   if (nice > 0) {
     const auto tid = static_cast<id_t>(syscall(SYS_gettid));

@@ -34,12 +34,14 @@ bool isWideLength(const std::string& length) { return !length.empty() && length 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 std::string printNumber(const Spec& spec, std::string_view cLength, char conversion, auto value) {
-  std::string cFormat = "%" + spec.flags;
+  std::string cFormat(1, '%');
+  cFormat += spec.flags;
   if (spec.width) {
     cFormat += std::to_string(*spec.width);
   }
   if (spec.precision) {
-    cFormat += "." + std::to_string(*spec.precision);
+    cFormat.push_back('.');
+    cFormat += std::to_string(*spec.precision);
   }
   cFormat += cLength;
   cFormat.push_back(conversion);
@@ -254,7 +256,7 @@ std::string FormatArg::joinAsList(const std::vector<std::string>& parts) {
   return out;
 }
 
-std::string formatList(std::string_view format, std::span<const FormatArg> args) {
+std::string formatList(std::string_view format, std::span<const FormatArg> args, bool firstArgumentSelectsOnly) {
   std::string out;
   out.reserve(format.size() + 16 * args.size());
   std::vector<bool> used(args.size(), false);
@@ -351,6 +353,9 @@ std::string formatList(std::string_view format, std::span<const FormatArg> args)
     out += formatOne(spec, args[index]);
   }
 
+  if (firstArgumentSelectsOnly && !used.empty()) {
+    used[0] = true;
+  }
   bool extra = false;
   for (size_t k = 0; k < args.size(); ++k) {
     if (used[k]) {

@@ -110,7 +110,10 @@ class FormatArg {
 };
 
 // Formats with a list of arguments (the form that DRLogv takes).
-std::string formatList(std::string_view format, std::span<const FormatArg> args);
+// `firstArgumentSelectsOnly`: the first argument may go unused without an
+// EXTRA mark (plural forms use it to choose the form, not always in the text).
+std::string formatList(std::string_view format, std::span<const FormatArg> args,
+                       bool firstArgumentSelectsOnly = false);
 
 template <typename... Args>
 std::string format(std::string_view fmt, const Args&... args) {

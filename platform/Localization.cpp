@@ -125,7 +125,8 @@ std::string localizedFormatList(std::string_view key, std::span<const FormatArg>
   if (form == forms.end()) {
     form = forms.find("other");
   }
-  return formatList(form != forms.end() ? std::string_view(form->second) : key, args);
+  return formatList(form != forms.end() ? std::string_view(form->second) : key, args,
+                    /*firstArgumentSelectsOnly=*/true);
 }
 
 }  // namespace velune::platform

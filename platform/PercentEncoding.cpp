@@ -1,6 +1,7 @@
 #include "platform/PercentEncoding.h"
 
 #include <cstdint>
+#include <cstring>
 
 namespace velune::platform {
 namespace {
@@ -109,6 +110,18 @@ bool isValidUTF8(std::string_view text) {
   size_t i = 0;
   const size_t n = text.size();
   while (i < n) {
+    // Runs of ASCII, eight bytes at a time.
+    while (i + 8 <= n) {
+      std::uint64_t word;
+      std::memcpy(&word, text.data() + i, 8);
+      if ((word & 0x8080808080808080ull) != 0) {
+        break;
+      }
+      i += 8;
+    }
+    if (i >= n) {
+      break;
+    }
     const auto c = static_cast<unsigned char>(text[i]);
     if (c < 0x80) {
       ++i;

@@ -48,7 +48,11 @@ class SystemLog {
   // Null when a record cannot be made.
   virtual std::unique_ptr<SystemLogRecord> newRecord() = 0;
   // Records whose "Level" is not in the client's filter mask are dropped.
+  // A log may keep sent records in a buffer until flush().
   virtual void send(Client* client, const SystemLogRecord& record) = 0;
+  // Writes out buffered records. The log client calls it whenever its queue
+  // has run dry, so records wait in memory only while more are coming.
+  virtual void flush() {}
 };
 
 // The level of a record ("Level" key, one digit), or -1.

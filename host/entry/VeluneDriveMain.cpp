@@ -2,7 +2,8 @@
 // options, wires the Linux services for the home, and then hands over to the
 // app's process entry (velune::main), which runs as it would on the phone.
 //
-//   velunedriveapp [--home DIR] [--system-log automatic|journal|syslog|file] [-Key value ...]
+//   velunedriveapp [--home DIR] [--system-log automatic|journal|syslog|file]
+//                  [--reachability simulated|netlink] [-Key value ...]
 //   velunedriveapp --make-demo-home DIR
 
 #include <sys/stat.h>
@@ -29,6 +30,8 @@ void printUsage(FILE* to) {
       "  --home DIR        the simulated phone's home (default: a demo home in your data folder)\n"
       "  --system-log K    where log records go (default: automatic: journal, else syslog, else a file\n"
       "                    in the home)\n"
+      "  --reachability R  simulated (default: the network setting of device.json) or netlink (this\n"
+      "                    machine's own routes)\n"
       "  -Key value        overrides a preference for this run, e.g. -DRLogLevel 7\n"
       "  --make-demo-home DIR  makes a demo home in DIR (a new or empty folder) and exits;\n"
       "                    a --home that does not exist yet gets the demo contents too\n",
@@ -62,6 +65,18 @@ int main(int argc, char** argv) {
       }
       std::printf("velunedriveapp: made a demo home in %s\n", argv[i + 1]);
       return 0;
+    }
+    if (arg == "--reachability") {
+      const std::string_view source = i + 1 < argc ? std::string_view(argv[i + 1]) : std::string_view();
+      if (source != "simulated" && source != "netlink") {
+        std::fprintf(stderr, "velunedriveapp: --reachability needs simulated or netlink\n");
+        printUsage(stderr);
+        return kUsageError;
+      }
+      options.reachability =
+          source == "netlink" ? velune::host::ReachabilitySource::Netlink : velune::host::ReachabilitySource::Simulated;
+      ++i;
+      continue;
     }
     if (arg == "--home" || arg == "--system-log") {
       if (i + 1 >= argc) {

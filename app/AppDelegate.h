@@ -1,0 +1,29 @@
+#pragma once
+// AppDelegate: the application delegate that the process entry names
+// ("AppDelegate"). It lives for the whole process; every callback runs on the
+// main thread.
+//
+// For now it does the first step of the launch: it starts the shared
+// NetworkWatcher before launching finishes. The window, the navigation
+// controller, state restoration and launch URLs come with the browsing
+// issue, which completes this class.
+
+#include "platform/ApplicationHost.h"
+
+namespace velune {
+
+inline constexpr const char* kAppDelegateClassName = "AppDelegate";
+
+class AppDelegate : public platform::ApplicationDelegate {
+ public:
+  // Registers the class under kAppDelegateClassName, once; the process entry
+  // calls it before it starts the application object.
+  static void registerDelegateClass();
+
+  bool applicationWillFinishLaunchingWithOptions(platform::ApplicationHost& application,
+                                                 const platform::Value::Dictionary& options) override;
+  bool applicationDidFinishLaunchingWithOptions(platform::ApplicationHost& application,
+                                                const platform::Value::Dictionary& options) override;
+};
+
+}  // namespace velune

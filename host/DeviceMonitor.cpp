@@ -1,0 +1,348 @@
+#include "host/DeviceMonitor.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "diag/DRLogging.h"
+#include "host/FileIO.h"
+
+namespace velune::host {
+
+namespace {
+
+constexpr const char* kDeviceFileName = "device.json";
+constexpr int kPollIntervalMilliseconds = 500;
+
+bool sameConfiguration(const DeviceConfiguration& a, const DeviceConfiguration& b) {
+  return a.identityToken == b.identityToken && a.network == b.network && a.idiom == b.idiom &&
+         a.screenWidth == b.screenWidth && a.screenHeight == b.screenHeight && a.screenScale == b.screenScale &&
+         a.quotaTotalBytes == b.quotaTotalBytes && a.downloadBytesPerSecond == b.downloadBytesPerSecond;
+}
+
+// What polling compares: a replaced or rewritten file changes one of these.
+struct FileSignature {
+  bool exists = false;
+  ino_t inode = 0;
+  off_t size = 0;
+  std::int64_t modifiedNanoseconds = 0;
+  bool operator==(const FileSignature&) const = default;
+};
+
+FileSignature signatureOf(const std::string& path) {
+  struct stat info {};
+  if (stat(path.c_str(), &info) != 0) {
+    return {};
+  }
+  return {true, info.st_ino, info.st_size,
+          static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec};
+}
+
+}  // namespace
+
+struct DeviceMonitor::Core {
+  explicit Core(HomeLayout home) : layout(std::move(home)) {}
+  ~Core() {
+    if (inotifyFd >= 0) {
+      close(inotifyFd);
+    }
+    if (stopFd >= 0) {
+      close(stopFd);
+    }
+  }
+
+  std::string deviceFile() const { return layout.deviceJson(); }
+  std::string stateFile() const { return layout.root() + "/" + kApplicationStateFileName; }
+
+  void reloadConfiguration();
+  void reloadApplicationState();
+  void watchLoop();
+  void pollLoop();
+
+  const HomeLayout layout;
+  int inotifyFd = -1;
+  int stopFd = -1;
+
+  std::mutex mutex;
+  DeviceConfiguration configuration;
+  std::map<ListenerId, std::shared_ptr<ConfigurationListener>> configurationListeners;
+  std::map<ListenerId, std::shared_ptr<ApplicationStateListener>> stateListeners;
+  ListenerId nextId = 1;
+
+  // Serialises re-reading, so listeners see changes one at a time, in order.
+  std::mutex reloadMutex;
+};
+
+std::shared_ptr<DeviceMonitor> DeviceMonitor::create(HomeLayout layout) {
+  return std::shared_ptr<DeviceMonitor>(new DeviceMonitor(std::move(layout)));
+}
+
+DeviceMonitor::DeviceMonitor(HomeLayout layout) : core_(std::make_shared<Core>(std::move(layout))) {
+  // Not logged here: the monitor is made while the services are wired, before
+  // the log may be used; start() reads the file again and says what is wrong.
+  core_->configuration = DeviceConfiguration::read(core_->deviceFile());
+}
+
+DeviceMonitor::~DeviceMonitor() {
+  if (core_->stopFd >= 0) {
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const auto written = write(core_->stopFd, &one, sizeof one);
+  }
+  if (thread_.joinable()) {
+    if (thread_.get_id() == std::this_thread::get_id()) {
+      thread_.detach();  // dropped by a listener: the thread ends by itself
+    } else {
+      thread_.join();
+    }
+  }
+}
+
+const HomeLayout& DeviceMonitor::layout() const {
+  return core_->layout;
+}
+
+std::string DeviceMonitor::applicationStateFile() const {
+  return core_->stateFile();
+}
+
+void DeviceMonitor::start(DeviceWatchMethod method) {
+  std::call_once(started_, [this, method] {
+    Core& core = *core_;
+    core.stopFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (core.stopFd < 0) {
+      DRLOG(kLogErr, "Cannot follow changes of the device settings: %@", std::strerror(errno));
+      return;
+    }
+    if (method == DeviceWatchMethod::Polling) {
+      thread_ = std::thread([core = core_] { core->pollLoop(); });
+      return;
+    }
+    core.inotifyFd = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
+    int watchError = core.inotifyFd < 0 ? errno : 0;
+    if (core.inotifyFd >= 0 && inotify_add_watch(core.inotifyFd, core.layout.root().c_str(),
+                                                 IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE |
+                                                     IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR) < 0) {
+      watchError = errno;
+      close(core.inotifyFd);
+      core.inotifyFd = -1;
+    }
+    if (core.inotifyFd < 0) {
+      DRLOG(kLogWarning, "Cannot watch %@ (%@); polling the device settings instead", core.layout.root(),
+            std::strerror(watchError));
+      thread_ = std::thread([core = core_] { core->pollLoop(); });
+    } else {
+      thread_ = std::thread([core = core_] { core->watchLoop(); });
+    }
+  });
+  // What changed since the monitor was made is caught now; the problems of
+  // the file are logged now. The application state is not read: an app
+  // starts active whatever an old app-state.json says.
+  core_->reloadConfiguration();
+}
+
+void DeviceMonitor::Core::watchLoop() {
+  std::vector<char> buffer(64 * 1024);
+  while (true) {
+    pollfd fds[2] = {{stopFd, POLLIN, 0}, {inotifyFd, POLLIN, 0}};
+    if (poll(fds, 2, -1) < 0) {
+      if (errno == EINTR) {
+        continue;
+      }
+      DRLOG(kLogErr, "Stopped following the device settings: %@", std::strerror(errno));
+      return;
+    }
+    if ((fds[0].revents & POLLIN) != 0) {
+      return;
+    }
+    bool deviceChanged = false;
+    bool stateWritten = false;
+    bool homeGone = false;
+    // Take every queued event before acting: one save is often several events.
+    while (true) {
+      const ssize_t n = read(inotifyFd, buffer.data(), buffer.size());
+      if (n <= 0) {
+        break;
+      }
+      for (ssize_t offset = 0; offset < n;) {
+        inotify_event event;
+        std::memcpy(&event, buffer.data() + offset, sizeof event);
+        const char* name = buffer.data() + offset + sizeof(inotify_event);
+        offset += static_cast<ssize_t>(sizeof(inotify_event) + event.len);
+        if ((event.mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) != 0) {
+          homeGone = true;
+          continue;
+        }
+        if ((event.mask & IN_Q_OVERFLOW) != 0) {
+          deviceChanged = stateWritten = true;
+          continue;
+        }
+        const std::string_view fileName = event.len > 0 ? std::string_view(name) : std::string_view();
+        if (fileName == kDeviceFileName) {
+          deviceChanged = true;
+        } else if (fileName == kApplicationStateFileName && (event.mask & (IN_CLOSE_WRITE | IN_MOVED_TO)) != 0) {
+          stateWritten = true;
+        }
+      }
+    }
+    if (deviceChanged) {
+      reloadConfiguration();
+    }
+    if (stateWritten) {
+      reloadApplicationState();
+    }
+    if (homeGone) {
+      DRLOG(kLogWarning, "The home %@ was moved or removed; device settings are no longer followed", layout.root());
+      return;
+    }
+  }
+}
+
+void DeviceMonitor::Core::pollLoop() {
+  FileSignature device = signatureOf(deviceFile());
+  FileSignature state = signatureOf(stateFile());
+  while (true) {
+    pollfd stop = {stopFd, POLLIN, 0};
+    const int ready = poll(&stop, 1, kPollIntervalMilliseconds);
+    if (ready > 0 && (stop.revents & POLLIN) != 0) {
+      return;
+    }
+    const FileSignature deviceNow = signatureOf(deviceFile());
+    if (!(deviceNow == device)) {
+      device = deviceNow;
+      reloadConfiguration();
+    }
+    const FileSignature stateNow = signatureOf(stateFile());
+    if (!(stateNow == state)) {
+      state = stateNow;
+      if (stateNow.exists) {
+        reloadApplicationState();
+      }
+    }
+  }
+}
+
+void DeviceMonitor::reload() {
+  core_->reloadConfiguration();
+  core_->reloadApplicationState();
+}
+
+void DeviceMonitor::Core::reloadConfiguration() {
+  std::lock_guard reloading(reloadMutex);
+  DeviceConfiguration previous;
+  {
+    std::lock_guard lock(mutex);
+    previous = configuration;
+  }
+  std::vector<std::string> problems;
+  const DeviceConfiguration current = DeviceConfiguration::read(deviceFile(), &problems, previous);
+  for (const auto& problem : problems) {
+    DRLOG(kLogWarning, "%@", problem);
+  }
+  if (sameConfiguration(previous, current)) {
+    return;
+  }
+  std::vector<std::shared_ptr<ConfigurationListener>> listeners;
+  {
+    std::lock_guard lock(mutex);
+    configuration = current;
+    for (const auto& [id, listener] : configurationListeners) {
+      listeners.push_back(listener);
+    }
+  }
+  if (previous.network != current.network) {
+    DRLOG(kLogDebug, "Device network is now %@", DeviceConfiguration::networkName(current.network));
+  }
+  if (previous.identityToken != current.identityToken) {
+    DRLOG(kLogDebug, "Device account is now %@", current.identityToken ? "signed in" : "signed out");
+  }
+  for (const auto& listener : listeners) {
+    (*listener)(previous, current);
+  }
+}
+
+void DeviceMonitor::Core::reloadApplicationState() {
+  std::lock_guard reloading(reloadMutex);
+  std::string problem;
+  const auto state = readApplicationState(stateFile(), &problem);
+  if (!state) {
+    if (!problem.empty()) {
+      DRLOG(kLogWarning, "%@", problem);
+    }
+    return;
+  }
+  std::vector<std::shared_ptr<ApplicationStateListener>> listeners;
+  {
+    std::lock_guard lock(mutex);
+    for (const auto& [id, listener] : stateListeners) {
+      listeners.push_back(listener);
+    }
+  }
+  for (const auto& listener : listeners) {
+    (*listener)(*state);
+  }
+}
+
+DeviceConfiguration DeviceMonitor::configuration() const {
+  std::lock_guard lock(core_->mutex);
+  return core_->configuration;
+}
+
+DeviceMonitor::ListenerId DeviceMonitor::addConfigurationListener(ConfigurationListener listener) {
+  std::lock_guard lock(core_->mutex);
+  const ListenerId id = core_->nextId++;
+  core_->configurationListeners.emplace(id, std::make_shared<ConfigurationListener>(std::move(listener)));
+  return id;
+}
+
+DeviceMonitor::ListenerId DeviceMonitor::addApplicationStateListener(ApplicationStateListener listener) {
+  std::lock_guard lock(core_->mutex);
+  const ListenerId id = core_->nextId++;
+  core_->stateListeners.emplace(id, std::make_shared<ApplicationStateListener>(std::move(listener)));
+  return id;
+}
+
+void DeviceMonitor::removeListener(ListenerId id) {
+  std::lock_guard lock(core_->mutex);
+  core_->configurationListeners.erase(id);
+  core_->stateListeners.erase(id);
+}
+
+std::optional<ApplicationState> DeviceMonitor::readApplicationState(const std::string& path, std::string* problem) {
+  const auto contents = readWholeFile(path);
+  if (!contents.ok()) {
+    if (contents.error().code() != platform::ErrorCode::FileReadNoSuchFile && problem != nullptr) {
+      *problem = std::string(kApplicationStateFileName) + " cannot be read: " + contents.error().description();
+    }
+    return std::nullopt;
+  }
+  const auto json = nlohmann::json::parse(contents.value(), nullptr, /*allow_exceptions=*/false);
+  if (json.is_object()) {
+    const auto state = json.find("state");
+    if (state != json.end() && *state == "active") {
+      return ApplicationState::Active;
+    }
+    if (state != json.end() && *state == "background") {
+      return ApplicationState::Background;
+    }
+  }
+  if (problem != nullptr) {
+    *problem = std::string(kApplicationStateFileName) +
+               ": expected {\"state\": \"active\"} or {\"state\": \"background\"}; ignored";
+  }
+  return std::nullopt;
+}
+
+std::optional<platform::Error> DeviceMonitor::writeApplicationState(const std::string& path, ApplicationState state) {
+  nlohmann::json json;
+  json["state"] = state == ApplicationState::Active ? "active" : "background";
+  return writeFileAtomically(path, json.dump(2) + "\n");
+}
+
+}  // namespace velune::host
