@@ -141,7 +141,7 @@ std::optional<std::string> FileUtils::stringByUniquingPathInsideDirectory(const 
     const std::string extension = basename.substr(dot + 1);
     stem = basename.substr(0, dot);
     if (!extension.empty()) {
-      suffix = "." + extension;
+      suffix.assign(1, '.').append(extension);
     }
   }
   for (long long n = 2;; ++n) {

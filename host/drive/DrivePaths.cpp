@@ -4,13 +4,21 @@
 
 namespace velune::host {
 
-std::string placeholderNameFor(std::string_view name) {
-  return "." + std::string(name) + std::string(kPlaceholderSuffix);
+namespace {
+// Built by appending: GCC 12 warns falsely (-Wrestrict) on "." + std::string(...).
+std::string hiddenNameWithSuffix(std::string_view name, std::string_view suffix) {
+  std::string hidden;
+  hidden.reserve(1 + name.size() + suffix.size());
+  hidden.push_back('.');
+  hidden.append(name);
+  hidden.append(suffix);
+  return hidden;
 }
+}  // namespace
 
-std::string sidecarNameFor(std::string_view name) {
-  return "." + std::string(name) + std::string(kSidecarSuffix);
-}
+std::string placeholderNameFor(std::string_view name) { return hiddenNameWithSuffix(name, kPlaceholderSuffix); }
+
+std::string sidecarNameFor(std::string_view name) { return hiddenNameWithSuffix(name, kSidecarSuffix); }
 
 namespace {
 std::optional<std::string> innerName(std::string_view name, std::string_view suffix) {
