@@ -17,22 +17,29 @@ TEST(OperationQueueRelease, LastOwnerGoneInsideItsOwnOperation) {
   };
   auto owner = std::make_shared<Owner>();
   std::mutex mutex;
-  std::condition_variable done;
+  std::condition_variable changed;
+  bool ownerDropped = false;  // the test's own reference is gone: the operation holds the last one
   bool finished = false;
   OperationQueue* seenDuring = nullptr;
   OperationQueue* seenAfter = reinterpret_cast<OperationQueue*>(1);
-  owner->queue.addOperation([&mutex, &done, &finished, &seenDuring, &seenAfter, held = owner]() mutable {
+  owner->queue.addOperation([&, held = owner]() mutable {
+    {
+      std::unique_lock lock(mutex);
+      changed.wait(lock, [&] { return ownerDropped; });
+    }
     seenDuring = OperationQueue::current();
     held.reset();  // the last reference: the queue goes while its operation runs
     seenAfter = OperationQueue::current();
     std::lock_guard lock(mutex);
     finished = true;
-    done.notify_all();
+    changed.notify_all();
   });
   const auto* queueAddress = &owner->queue;
   owner.reset();
   std::unique_lock lock(mutex);
-  ASSERT_TRUE(done.wait_for(lock, std::chrono::seconds(20), [&] { return finished; }));
+  ownerDropped = true;
+  changed.notify_all();
+  ASSERT_TRUE(changed.wait_for(lock, std::chrono::seconds(20), [&] { return finished; }));
   EXPECT_EQ(seenDuring, queueAddress);
   EXPECT_EQ(seenAfter, nullptr);
 }
