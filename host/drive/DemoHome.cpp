@@ -235,6 +235,8 @@ class Builder {
 
 }  // namespace
 
+const char* DemoHome::containersJson() { return kContainersJson; }
+
 std::optional<Error> DemoHome::make(const std::string& directory) {
   if (!isEmptyOrMissing(directory)) {
     return Error::platform(platform::ErrorCode::FileWriteFileExists,

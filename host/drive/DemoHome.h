@@ -23,6 +23,8 @@ class DemoHome {
   static std::optional<platform::Error> make(const std::string& directory);
   // Fills the drive of a home whose skeleton exists and whose drive is empty.
   static std::optional<platform::Error> populate(const HomeLayout& layout);
+  // The demo's containers.json: the drive's own container and the three apps'.
+  static const char* containersJson();
 };
 
 }  // namespace velune::host
