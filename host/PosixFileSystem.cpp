@@ -1,6 +1,5 @@
 #include "host/PosixFileSystem.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +9,7 @@
 #include <filesystem>
 
 #include "host/FileIO.h"
+#include "host/drive/FileOperations.h"
 
 namespace velune::host {
 
@@ -56,8 +56,7 @@ platform::Result<platform::FileAttributes> PosixFileSystem::attributesOfItemAtPa
   return attributes;
 }
 
-std::optional<Error> PosixFileSystem::createDirectoryAtPath(const std::string& path,
-                                                            bool withIntermediateDirectories) {
+std::optional<Error> PosixFileSystem::createDirectoryAtPath(const std::string& path, bool withIntermediateDirectories) {
   if (path.empty()) {
     return Error::fromErrno(ENOENT, path, true);
   }
@@ -89,18 +88,10 @@ std::optional<Error> PosixFileSystem::evictUbiquitousItemAtURL(const platform::U
 }
 
 platform::Result<std::vector<std::string>> PosixFileSystem::contentsOfDirectoryAtPath(const std::string& path) {
-  DIR* folder = ::opendir(path.c_str());
-  if (folder == nullptr) {
-    return Error::fromErrno(errno, path, false);
-  }
   std::vector<std::string> names;
-  while (const dirent* entry = ::readdir(folder)) {
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") {
-      names.emplace_back(name);
-    }
+  if (const int error = FileOperations::folderNames(path, names)) {
+    return Error::fromErrno(error, path, false);
   }
-  ::closedir(folder);
   return names;
 }
 

@@ -1,7 +1,10 @@
 #include "model/DRItem.h"
 
+#include <array>
 #include <limits>
 #include <stdexcept>
+#include <string_view>
+#include <unordered_map>
 
 #include "diag/DRLogging.h"
 #include "model/FileUtils.h"
@@ -28,11 +31,38 @@ using platform::Value;
 
 namespace {
 
-const Value& valueFor(const Value::Dictionary& values, const char* key) {
-  static const Value kMissing;
-  const auto found = values.find(key);
-  return found == values.end() ? kMissing : found->second;
-}
+// The 14 values by their place in resourceKeys(), found in one pass over the map.
+class KeyedValues {
+ public:
+  explicit KeyedValues(const Value::Dictionary& values) {
+    for (const auto& [key, value] : values) {
+      if (const auto place = places().find(key); place != places().end()) {
+        values_[place->second] = &value;
+      }
+    }
+  }
+  // A missing value reads as null.
+  const Value& operator[](const char* key) const {
+    static const Value kMissing;
+    const auto place = places().find(key);
+    return place == places().end() || values_[place->second] == nullptr ? kMissing : *values_[place->second];
+  }
+
+ private:
+  static const std::unordered_map<std::string_view, size_t>& places() {
+    static const auto* table = [] {
+      auto* made = new std::unordered_map<std::string_view, size_t>();
+      const auto& keys = DRItem::resourceKeys();
+      for (size_t i = 0; i < keys.size(); ++i) {
+        made->emplace(keys[i], i);
+      }
+      return made;
+    }();
+    return *table;
+  }
+
+  std::array<const Value*, 14> values_{};
+};
 
 std::optional<std::string> textOf(const Value& value) {
   if (value.isNull()) {
@@ -181,37 +211,38 @@ bool DRItem::cacheValues() {
   return outcome;
 }
 
-void DRItem::initFromKeysAndValues(const Value::Dictionary& values, const URL& url) {
-  localizedName_ = textOf(valueFor(values, ResourceKey::LocalizedName));
+void DRItem::initFromKeysAndValues(const Value::Dictionary& map, const URL& url) {
+  const KeyedValues values(map);
+  localizedName_ = textOf(values[ResourceKey::LocalizedName]);
   if (!localizedName_) {
-    localizedName_ = textOf(valueFor(values, ResourceKey::Name));
+    localizedName_ = textOf(values[ResourceKey::Name]);
   }
-  typeIdentifier_ = textOf(valueFor(values, ResourceKey::TypeIdentifier));
-  localizedTypeDescription_ = textOf(valueFor(values, ResourceKey::LocalizedTypeDescription));
+  typeIdentifier_ = textOf(values[ResourceKey::TypeIdentifier]);
+  localizedTypeDescription_ = textOf(values[ResourceKey::LocalizedTypeDescription]);
   if (typeIdentifier_) {
     if (auto description = VELUNE_SERVICE(typeRegistry).localizedDescription(*typeIdentifier_)) {
       localizedTypeDescription_ = std::move(description);
     }
   }
-  const Value& size = valueFor(values, ResourceKey::FileSize);
+  const Value& size = values[ResourceKey::FileSize];
   if (size.isNumber()) {
     fileSize_ = size.unsignedValue();
     const auto bytes = static_cast<std::int64_t>(
         std::min<std::uint64_t>(*fileSize_, static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())));
-    friendlyFileSize_ = platform::ByteCountFormatter::stringFromByteCount(bytes,
-                                                                          platform::ByteCountFormatter::CountStyle::File);
+    friendlyFileSize_ =
+        platform::ByteCountFormatter::stringFromByteCount(bytes, platform::ByteCountFormatter::CountStyle::File);
   } else {
     fileSize_.reset();
   }
-  creationDate_ = valueFor(values, ResourceKey::CreationDate);
-  contentModificationDate_ = valueFor(values, ResourceKey::ContentModificationDate);
-  parentDirectoryURL_ = valueFor(values, ResourceKey::ParentDirectoryURL);
-  isDirectory_ = valueFor(values, ResourceKey::IsDirectory).boolValue();
-  isPackage_ = valueFor(values, ResourceKey::IsPackage).boolValue();
+  creationDate_ = values[ResourceKey::CreationDate];
+  contentModificationDate_ = values[ResourceKey::ContentModificationDate];
+  parentDirectoryURL_ = values[ResourceKey::ParentDirectoryURL];
+  isDirectory_ = values[ResourceKey::IsDirectory].boolValue();
+  isPackage_ = values[ResourceKey::IsPackage].boolValue();
   if (isPackage_) {
     isDirectory_ = false;
   }
-  hasHiddenExtension_ = valueFor(values, ResourceKey::HasHiddenExtension).boolValue();
+  hasHiddenExtension_ = values[ResourceKey::HasHiddenExtension].boolValue();
   isContainer_ = VELUNE_SERVICE(syncURLs).isDocumentsContainer(url);
   if (isContainer_) {
     renameable_ = false;
@@ -221,12 +252,12 @@ void DRItem::initFromKeysAndValues(const Value::Dictionary& values, const URL& u
     }
   } else {
     renameable_ = true;
-    if (valueFor(values, ResourceKey::IsShared).boolValue() &&
-        valueFor(values, ResourceKey::SharedItemRole) == Value(kSharedItemRoleParticipant)) {
+    if (values[ResourceKey::IsShared].boolValue() &&
+        values[ResourceKey::SharedItemRole] == Value(kSharedItemRoleParticipant)) {
       renameable_ = false;
     }
   }
-  const Value& status = valueFor(values, ResourceKey::DownloadingStatus);
+  const Value& status = values[ResourceKey::DownloadingStatus];
   isDownloaded_ = !status.isNull() && !(status == Value(kDownloadingStatusNotDownloaded));
 }
 
@@ -291,10 +322,11 @@ void DRItem::generateThumbnail(const std::function<void(std::shared_ptr<ui::Imag
 }
 
 std::string DRItem::description() const {
-  return platform::format("<DRItem %@ name=%@ type=%@ size=%@ dir=%d pkg=%d container=%d bookmark=%d promise=%d "
-                          "downloaded=%d>",
-                          url_, localizedName_, typeIdentifier_, fileSize_, isDirectory_, isPackage_, isContainer_,
-                          isBookmark_, isPromise(), isDownloaded_);
+  return platform::format(
+      "<DRItem %@ name=%@ type=%@ size=%@ dir=%d pkg=%d container=%d bookmark=%d promise=%d "
+      "downloaded=%d>",
+      url_, localizedName_, typeIdentifier_, fileSize_, isDirectory_, isPackage_, isContainer_, isBookmark_,
+      isPromise(), isDownloaded_);
 }
 
 }  // namespace velune

@@ -61,9 +61,9 @@ std::optional<std::string> FileUtils::containerIdForURL(const URL& url) {
   return container.value()->identifier();
 }
 
-std::optional<Error> FileUtils::containerAndRelativePathforURL(
-    const URL& url, std::shared_ptr<platform::SyncContainer>* container,
-    std::vector<std::string>* relativePathComponents) {
+std::optional<Error> FileUtils::containerAndRelativePathforURL(const URL& url,
+                                                               std::shared_ptr<platform::SyncContainer>* container,
+                                                               std::vector<std::string>* relativePathComponents) {
   auto found = VELUNE_SERVICE(syncContainers).containerForItemAtURL(url);
   if (!found.ok()) {
     return found.error();
@@ -216,8 +216,7 @@ void FileUtils::logFileAttributes(const std::string& path) {
   } else {
     DRLOG(kLogDebug, "Date Created: %@ (%lf seconds ago)", nullptr, 0.0);
   }
-  DRLOG(kLogDebug, "Date Modified: %@ (%lf seconds ago)", values.modificationDate,
-        secondsAgo(values.modificationDate));
+  DRLOG(kLogDebug, "Date Modified: %@ (%lf seconds ago)", values.modificationDate, secondsAgo(values.modificationDate));
   DRLOG(kLogDebug, "Size: %@ bytes", values.size);
 }
 

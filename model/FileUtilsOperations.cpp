@@ -16,7 +16,9 @@ namespace velune {
 using platform::Error;
 using platform::URL;
 
-bool FileUtils::exists(const URL& url) { return VELUNE_SERVICE(fileSystem).fileExistsAtPath(url.path()); }
+bool FileUtils::exists(const URL& url) {
+  return VELUNE_SERVICE(fileSystem).fileExistsAtPath(url.path());
+}
 
 bool FileUtils::isFile(const URL& url) {
   bool isDirectory = false;
@@ -139,7 +141,7 @@ std::optional<std::string> FileUtils::stringByUniquingPathInsideDirectory(const 
     const std::string extension = basename.substr(dot + 1);
     stem = basename.substr(0, dot);
     if (!extension.empty()) {
-      suffix = "." + extension;
+      suffix.assign(1, '.').append(extension);
     }
   }
   for (long long n = 2;; ++n) {

@@ -82,9 +82,9 @@ std::string DateFormatter::localizedString(Date date, int dateStyle, int timeSty
   if (found == shared.formatters.end()) {
     const std::u16string zone = toUTF16(timeZoneId);
     UErrorCode status = U_ZERO_ERROR;
-    UDateFormat* opened = udat_open(icuStyle(timeKey), icuStyle(dateKey), appLocaleIdentifier(),
-                                    zone.empty() ? nullptr : zone.data(), zone.empty() ? -1 : static_cast<int32_t>(zone.size()),
-                                    nullptr, -1, &status);
+    UDateFormat* opened =
+        udat_open(icuStyle(timeKey), icuStyle(dateKey), appLocaleIdentifier(), zone.empty() ? nullptr : zone.data(),
+                  zone.empty() ? -1 : static_cast<int32_t>(zone.size()), nullptr, -1, &status);
     if (U_FAILURE(status) || opened == nullptr) {
       return {};
     }
@@ -98,8 +98,8 @@ std::string DateFormatter::localizedString(Date date, int dateStyle, int timeSty
   if (status == U_BUFFER_OVERFLOW_ERROR) {
     buffer.resize(static_cast<size_t>(length) + 1);
     status = U_ZERO_ERROR;
-    length = udat_format(found->second.get(), milliseconds, buffer.data(), static_cast<int32_t>(buffer.size()),
-                         nullptr, &status);
+    length = udat_format(found->second.get(), milliseconds, buffer.data(), static_cast<int32_t>(buffer.size()), nullptr,
+                         &status);
   }
   if (U_FAILURE(status)) {
     return {};

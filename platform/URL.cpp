@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <optional>
+
 #include "platform/PercentEncoding.h"
 
 namespace velune::platform {
@@ -9,6 +11,8 @@ namespace velune::platform {
 struct URL::Parts {
   URLComponents components;
   std::string absolute;
+  // File URLs made from a path keep it, so that path() need not decode it again.
+  std::optional<std::string> decodedPath;
 };
 
 namespace {
@@ -48,6 +52,10 @@ URL URL::fileURLWithPath(std::string_view path, bool isDirectory) {
   parts->components.setPercentEncodedHost("");
   parts->components.setPercentEncodedPath(addingPercentEncoding(absolute, URLCharacterSet::Path));
   parts->absolute = parts->components.string();
+  while (absolute.size() > 1 && absolute.back() == '/') {
+    absolute.pop_back();
+  }
+  parts->decodedPath = std::move(absolute);
   return URL(std::move(parts));
 }
 
@@ -86,6 +94,9 @@ const std::string& URL::percentEncodedPath() const {
 }
 
 std::string URL::path() const {
+  if (parts_ && parts_->decodedPath) {
+    return *parts_->decodedPath;
+  }
   std::string decoded = removingPercentEncodingLeniently(percentEncodedPath());
   while (decoded.size() > 1 && decoded.back() == '/') {
     decoded.pop_back();

@@ -97,7 +97,9 @@ bool isControlOrFormat(char32_t c) {
   return type == U_CONTROL_CHAR || type == U_FORMAT_CHAR;
 }
 
-bool isLineBreak(char32_t c) { return (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029; }
+bool isLineBreak(char32_t c) {
+  return (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
+}
 
 bool isASCII(std::string_view text) {
   for (const char ch : text) {

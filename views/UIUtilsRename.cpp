@@ -41,7 +41,8 @@ URL UIUtils::computeNewURL(const URL& url, const std::string& newBasename) {
   const std::string extension = url.pathExtension();
   const std::string givenExtension = URL::fileURLWithPath("/" + newBasename, false).pathExtension();
   if (!extension.empty() && strcasecmp(extension.c_str(), givenExtension.c_str()) != 0) {
-    name += "." + extension;
+    name.push_back('.');
+    name += extension;
   }
   return url.URLByDeletingLastPathComponent().URLByAppendingPathComponent(name, url.hasDirectoryPath());
 }

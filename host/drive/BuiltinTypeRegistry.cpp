@@ -1,7 +1,6 @@
 #include "host/drive/BuiltinTypeRegistry.h"
 
 #include <cctype>
-#include <set>
 
 #include "platform/Localization.h"
 
@@ -108,6 +107,24 @@ BuiltinTypeRegistry::BuiltinTypeRegistry() {
   add("com.vorlan.drillrun.drill", {"public.data", "public.content"}, "Drillrun Drill", {"drill"});
   add("com.vorlan.lumiboard.board", {"public.package", "public.composite-content"}, "Lumiboard Board", {"board"});
   add("com.vorlan.jotter.note", {"public.plain-text"}, "Jotter Note", {"jot"});
+  computeAncestors();
+}
+
+void BuiltinTypeRegistry::computeAncestors() {
+  for (const auto& [identifier, entry] : types_) {
+    auto& found = ancestors_[identifier];
+    std::vector<std::string> pending(entry.parents.begin(), entry.parents.end());
+    while (!pending.empty()) {
+      std::string current = std::move(pending.back());
+      pending.pop_back();
+      if (!found.insert(current).second) {
+        continue;
+      }
+      if (const auto parent = types_.find(current); parent != types_.end()) {
+        pending.insert(pending.end(), parent->second.parents.begin(), parent->second.parents.end());
+      }
+    }
+  }
 }
 
 std::string BuiltinTypeRegistry::preferredIdentifierForExtension(std::string_view extension) {
@@ -125,26 +142,8 @@ bool BuiltinTypeRegistry::typeConformsTo(std::string_view type, std::string_view
   if (type == parent) {
     return true;
   }
-  std::vector<std::string> pending{std::string(type)};
-  std::set<std::string, std::less<>> visited;
-  while (!pending.empty()) {
-    const std::string current = std::move(pending.back());
-    pending.pop_back();
-    if (!visited.insert(current).second) {
-      continue;
-    }
-    const auto found = types_.find(current);
-    if (found == types_.end()) {
-      continue;
-    }
-    for (const auto& next : found->second.parents) {
-      if (next == parent) {
-        return true;
-      }
-      pending.push_back(next);
-    }
-  }
-  return false;
+  const auto found = ancestors_.find(type);
+  return found != ancestors_.end() && found->second.find(parent) != found->second.end();
 }
 
 std::optional<std::string> BuiltinTypeRegistry::localizedDescription(std::string_view type) {

@@ -7,6 +7,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -32,7 +33,11 @@ class BuiltinTypeRegistry final : public platform::TypeRegistry {
   void add(std::string identifier, std::vector<std::string> parents, std::string description,
            std::vector<std::string> extensions = {});
 
+  void computeAncestors();
+
   std::map<std::string, TypeEntry, std::less<>> types_;
+  // Every type's ancestors (itself excluded), computed once: conformance is a lookup.
+  std::map<std::string, std::set<std::string, std::less<>>, std::less<>> ancestors_;
   std::map<std::string, std::string, std::less<>> byExtension_;
 };
 

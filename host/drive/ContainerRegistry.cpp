@@ -1,16 +1,15 @@
 #include "host/drive/ContainerRegistry.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <set>
-
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "diag/DRLogging.h"
 #include "host/FileIO.h"
 #include "host/JsonValue.h"
+#include "host/drive/FileOperations.h"
 #include "platform/SyncContainer.h"
 
 namespace velune::host {
@@ -51,7 +50,7 @@ ContainerRegistry::Stamp ContainerRegistry::stampOf(const std::string& path) {
 }
 
 std::vector<ContainerDeclaration> ContainerRegistry::parse(const std::string& text,
-                                                            std::vector<std::string>* problems) {
+                                                           std::vector<std::string>* problems) {
   auto problem = [&](std::string message) {
     if (problems != nullptr) {
       problems->push_back(std::move(message));
@@ -130,40 +129,31 @@ void ContainerRegistry::reloadIfChanged() {
   }
   std::vector<std::shared_ptr<const ContainerDeclaration>> all;
   std::set<std::string> known;
-  const auto defaultIt =
-      std::find_if(declared.begin(), declared.end(), [](const ContainerDeclaration& d) {
-        return d.identifier == platform::kDefaultSyncContainerIdentifier;
-      });
-  all.push_back(std::make_shared<const ContainerDeclaration>(defaultIt != declared.end() ? *defaultIt
-                                                                                          : defaultDeclaration()));
+  const auto defaultIt = std::find_if(declared.begin(), declared.end(), [](const ContainerDeclaration& d) {
+    return d.identifier == platform::kDefaultSyncContainerIdentifier;
+  });
+  all.push_back(
+      std::make_shared<const ContainerDeclaration>(defaultIt != declared.end() ? *defaultIt : defaultDeclaration()));
   known.insert(std::string(platform::kDefaultSyncContainerIdentifier));
   for (const auto& declaration : declared) {
     if (known.insert(declaration.identifier).second) {
       all.push_back(std::make_shared<const ContainerDeclaration>(declaration));
     }
   }
-  if (DIR* folder = ::opendir(driveRoot_.c_str())) {
-    std::vector<std::string> names;
-    while (const dirent* entry = ::readdir(folder)) {
-      const std::string name = entry->d_name;
-      if (isUsableIdentifier(name) && name != "." && name != "..") {
-        names.push_back(name);
-      }
+  std::vector<std::string> names;
+  FileOperations::folderNames(driveRoot_, names);  // no drive yet: no folders
+  std::sort(names.begin(), names.end());
+  for (const auto& name : names) {
+    struct stat info {};
+    if (!isUsableIdentifier(name) || ::stat((driveRoot_ + "/" + name).c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
+      continue;
     }
-    ::closedir(folder);
-    std::sort(names.begin(), names.end());
-    for (const auto& name : names) {
-      struct stat info {};
-      if (::stat((driveRoot_ + "/" + name).c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
-        continue;
-      }
-      if (known.insert(name).second) {
-        ContainerDeclaration found;
-        found.identifier = name;
-        found.localizedName = name;
-        found.declared = false;
-        all.push_back(std::make_shared<const ContainerDeclaration>(std::move(found)));
-      }
+    if (known.insert(name).second) {
+      ContainerDeclaration found;
+      found.identifier = name;
+      found.localizedName = name;
+      found.declared = false;
+      all.push_back(std::make_shared<const ContainerDeclaration>(std::move(found)));
     }
   }
   containers_ = std::move(all);

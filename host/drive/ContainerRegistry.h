@@ -17,11 +17,12 @@
 // The declarations are re-read when the file or the drive's top folder
 // changes. Thread-safe.
 
+#include <sys/types.h>
+
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 #include "platform/Value.h"

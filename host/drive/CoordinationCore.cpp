@@ -35,9 +35,8 @@ void CoordinationCore::startWatching() {
   if (::stat(drive_->root().c_str(), &info) != 0) {
     return;  // no drive yet; tried again at the next registration
   }
-  auto watcher = std::make_unique<DriveWatcher>(drive_->root(), [this](const std::vector<DriveEvent>& events) {
-    handle(events);
-  });
+  auto watcher =
+      std::make_unique<DriveWatcher>(drive_->root(), [this](const std::vector<DriveEvent>& events) { handle(events); });
   if (auto error = watcher->start()) {
     DRLOG(kLogErr, "Cannot watch the drive for changes made elsewhere: %@", *error);
     watchingFailed_ = true;

@@ -9,12 +9,13 @@
 
 #include <algorithm>
 #include <cerrno>
-
 #include <nlohmann/json.hpp>
+#include <unordered_map>
 
 #include "diag/DRLogging.h"
 #include "host/FileIO.h"
 #include "host/drive/DrivePaths.h"
+#include "host/drive/ReadScope.h"
 #include "platform/Localization.h"
 #include "platform/Unicode.h"
 
@@ -55,9 +56,19 @@ std::vector<std::string> components(std::string_view relative) {
   return parts;
 }
 
+// What a change has made stale must not be served from this thread's read scope.
+struct ForgetReads {
+  ForgetReads() { ReadScope::forget(); }
+  ~ForgetReads() { ReadScope::forget(); }
+  ForgetReads(const ForgetReads&) = delete;
+  ForgetReads& operator=(const ForgetReads&) = delete;
+};
+
 }  // namespace
 
-Error driveWriteError(int errorNumber, const std::string& path) { return Error::fromErrno(errorNumber, path, true); }
+Error driveWriteError(int errorNumber, const std::string& path) {
+  return Error::fromErrno(errorNumber, path, true);
+}
 
 Error driveError(std::int64_t code, const std::string& path, const std::string& description) {
   Value::Dictionary info;
@@ -72,7 +83,9 @@ Drive::Drive(const HomeLayout& layout)
     : root_(normal(layout.mobileDocuments()).value_or(layout.mobileDocuments())),
       cloudRoot_(normal(layout.cloud()).value_or(layout.cloud())) {}
 
-std::optional<std::string> Drive::normal(std::string_view path) { return lexicallyNormal(path); }
+std::optional<std::string> Drive::normal(std::string_view path) {
+  return lexicallyNormal(path);
+}
 
 std::optional<Error> Drive::refuseEscape(const std::string& rawPath, const std::string& normalPath) const {
   // A path written inside the drive whose ".." lead out of it is refused, not
@@ -85,6 +98,15 @@ std::optional<Error> Drive::refuseEscape(const std::string& rawPath, const std::
 }
 
 std::optional<std::string> Drive::relativePath(std::string_view path) const {
+  if (path.empty() || path.front() != '/') {
+    return std::nullopt;
+  }
+  // Most paths are already normal: only those outside the drive's prefix by
+  // name, or with "." or ".." in them, are normalised first.
+  if (path.find("/.") == std::string_view::npos && path.find("//") == std::string_view::npos &&
+      (path.size() == 1 || path.back() != '/')) {
+    return relativeTo(path, root_);
+  }
   const auto normalized = normal(path);
   if (!normalized) {
     return std::nullopt;
@@ -138,10 +160,10 @@ std::optional<Error> Drive::checkChangeablePath(const std::string& path, bool cr
 }
 
 Drive::ItemState Drive::stateOf(const std::string& path) const {
-  if (lexists(path)) {
+  if (ReadScope::statusOf(path).exists()) {
     return ItemState::Present;
   }
-  if (lexists(placeholderPathFor(path))) {
+  if (ReadScope::statusOf(placeholderPathFor(path)).exists()) {
     return ItemState::CloudOnly;
   }
   return ItemState::Missing;
@@ -150,14 +172,14 @@ Drive::ItemState Drive::stateOf(const std::string& path) const {
 platform::Result<PlaceholderMetadata> Drive::readPlaceholder(const std::string& logicalPath,
                                                              std::vector<std::string>* problems) const {
   const std::string placeholder = placeholderPathFor(logicalPath);
-  auto text = readWholeFile(placeholder);
-  if (!text.ok()) {
-    if (text.error().code() == ErrorCode::FileReadNoSuchFile) {
-      return driveWriteError(ENOENT, logicalPath);  // the no-such-file code of the resource values
-    }
-    return text.error();
+  const SmallFile file = ReadScope::contentsOf(placeholder);
+  if (file.error == ENOENT || file.error == ENOTDIR) {
+    return driveWriteError(ENOENT, logicalPath);  // the no-such-file code of the resource values
   }
-  return PlaceholderMetadata::parse(text.value(), placeholder, problems);
+  if (file.error != 0) {
+    return Error::fromErrno(file.error, placeholder, false);
+  }
+  return PlaceholderMetadata::parse(file.contents, placeholder, problems);
 }
 
 platform::Result<ItemAttributes> Drive::readAttributes(const std::string& path) const {
@@ -171,14 +193,14 @@ platform::Result<ItemAttributes> Drive::readAttributes(const std::string& path) 
     }
     case ItemState::Present: {
       const std::string sidecar = sidecarPathFor(path);
-      auto text = readWholeFile(sidecar);
-      if (!text.ok()) {
-        if (text.error().code() == ErrorCode::FileReadNoSuchFile) {
-          return ItemAttributes{};
-        }
-        return text.error();
+      const SmallFile file = ReadScope::contentsOf(sidecar);
+      if (file.error == ENOENT) {
+        return ItemAttributes{};
       }
-      return ItemAttributes::parse(text.value(), sidecar, nullptr);
+      if (file.error != 0) {
+        return Error::fromErrno(file.error, sidecar, false);
+      }
+      return ItemAttributes::parse(file.contents, sidecar, nullptr);
     }
     case ItemState::Missing:
       break;
@@ -187,6 +209,7 @@ platform::Result<ItemAttributes> Drive::readAttributes(const std::string& path) 
 }
 
 std::optional<Error> Drive::setAttributes(const std::string& path, const ItemAttributes& attributes) {
+  const ForgetReads forget;
   std::lock_guard lock(mutex_);
   switch (stateOf(path)) {
     case ItemState::CloudOnly: {
@@ -225,36 +248,41 @@ platform::URL Drive::itemURL(const std::string& path) const {
   }
   const std::string placeholder = placeholderPathFor(path);
   if (lexists(placeholder)) {
-    return platform::URL::fileURLWithPath(path, false).withPhysicalURL(
-        platform::URL::fileURLWithPath(placeholder, false));
+    return platform::URL::fileURLWithPath(path, false)
+        .withPhysicalURL(platform::URL::fileURLWithPath(placeholder, false));
   }
   return platform::URL::fileURLWithPath(path, false);
 }
 
-platform::Result<std::vector<Drive::Entry>> Drive::contentsOfFolder(const std::string& path,
-                                                                     bool includeHidden) const {
+platform::Result<std::vector<Drive::Entry>> Drive::contentsOfFolder(const std::string& path, bool includeHidden) const {
   DIR* folder = ::opendir(path.c_str());
   if (folder == nullptr) {
     return Error::fromErrno(errno, path, false);
   }
-  std::vector<std::string> names;
+  // Names with the folder's own d_type, which spares a stat per entry.
+  std::vector<std::pair<std::string, unsigned char>> found;
   while (const dirent* entry = ::readdir(folder)) {
     const std::string_view name = entry->d_name;
     if (name != "." && name != "..") {
-      names.emplace_back(name);
+      found.emplace_back(name, entry->d_type);
     }
   }
   ::closedir(folder);
-  std::sort(names.begin(), names.end());
+  std::sort(found.begin(), found.end());
+  const auto isListed = [&](const std::string& name) {
+    return std::binary_search(found.begin(), found.end(), std::make_pair(name, static_cast<unsigned char>(0)),
+                              [](const auto& a, const auto& b) { return a.first < b.first; });
+  };
   std::vector<Entry> entries;
-  for (const auto& name : names) {
+  entries.reserve(found.size());
+  for (const auto& [name, type] : found) {
     if (isTemporaryName(name) || logicalNameOfSidecar(name)) {
       continue;
     }
     std::string shown = name;
     bool cloudOnly = false;
     if (const auto logical = logicalNameOfPlaceholder(name)) {
-      if (std::binary_search(names.begin(), names.end(), *logical)) {
+      if (isListed(*logical)) {
         continue;  // present: the file is the item
       }
       shown = *logical;
@@ -267,7 +295,15 @@ platform::Result<std::vector<Drive::Entry>> Drive::contentsOfFolder(const std::s
     entry.name = shown;
     entry.path = joinPath(path, shown);
     entry.isCloudOnly = cloudOnly;
-    entry.url = itemURL(entry.path);
+    const unsigned char kind = cloudOnly ? static_cast<unsigned char>(DT_REG) : type;
+    if (kind == DT_UNKNOWN) {
+      entry.url = itemURL(entry.path);
+    } else if (cloudOnly) {
+      entry.url = platform::URL::fileURLWithPath(entry.path, false)
+                      .withPhysicalURL(platform::URL::fileURLWithPath(joinPath(path, name), false));
+    } else {
+      entry.url = platform::URL::fileURLWithPath(entry.path, kind == DT_DIR);
+    }
     entry.isDirectory = entry.url.hasDirectoryPath();
     entries.push_back(std::move(entry));
   }
@@ -310,6 +346,7 @@ bool Drive::isNameTaken(const std::string& path, const std::string& ignoring) co
 // --- This phone's changes ---
 
 std::optional<Error> Drive::createDirectory(const std::string& rawPath, bool withIntermediateDirectories) {
+  const ForgetReads forget;
   const auto normalized = normal(rawPath);
   if (!normalized) {
     return driveWriteError(EINVAL, rawPath);
@@ -321,8 +358,8 @@ std::optional<Error> Drive::createDirectory(const std::string& rawPath, bool wit
   std::lock_guard lock(mutex_);
   if (const auto relative = relativeTo(path, root_); !relative) {
     std::vector<std::string> created;
-    const int error = withIntermediateDirectories ? operations_.makeDirectories(path, &created)
-                                                  : operations_.makeDirectory(path);
+    const int error =
+        withIntermediateDirectories ? operations_.makeDirectories(path, &created) : operations_.makeDirectory(path);
     return error == 0 ? std::nullopt : std::optional<Error>(driveWriteError(error, path));
   }
   if (withIntermediateDirectories && isDirectoryAt(path)) {
@@ -367,7 +404,8 @@ std::optional<Error> Drive::createDirectory(const std::string& rawPath, bool wit
   for (const auto& folder : made) {
     const std::string cloudFolder = cloudPath(*relativeTo(folder, root_));
     if (const int error = operations_.makeDirectories(cloudFolder)) {
-      DRLOG(kLogWarning, "Cannot make the folder %@ on the server: %@", cloudFolder, driveWriteError(error, cloudFolder));
+      DRLOG(kLogWarning, "Cannot make the folder %@ on the server: %@", cloudFolder,
+            driveWriteError(error, cloudFolder));
       undo();
       return driveWriteError(error, path);
     }
@@ -401,6 +439,7 @@ std::optional<Error> Drive::removeLocal(const std::string& path) {
 }
 
 std::optional<Error> Drive::removeItem(const std::string& rawPath) {
+  const ForgetReads forget;
   const auto normalized = normal(rawPath);
   if (!normalized) {
     return driveWriteError(EINVAL, rawPath);
@@ -494,6 +533,7 @@ std::optional<Error> Drive::mirrorMove(const std::string& fromRelative, const st
 }
 
 std::optional<Error> Drive::moveItem(const std::string& rawFrom, const std::string& rawTo) {
+  const ForgetReads forget;
   const auto from = normal(rawFrom);
   const auto to = normal(rawTo);
   if (!from || !to) {
@@ -537,6 +577,7 @@ std::optional<Error> Drive::moveItem(const std::string& rawFrom, const std::stri
 }
 
 std::optional<Error> Drive::evictItem(const std::string& rawPath) {
+  const ForgetReads forget;
   const auto normalized = normal(rawPath);
   if (!normalized) {
     return driveWriteError(EINVAL, rawPath);
@@ -566,9 +607,9 @@ std::optional<Error> Drive::evictItem(const std::string& rawPath) {
     const std::string name = splitParent(path).second;
     const size_t dot = name.rfind('.');
     if (dot == std::string::npos || dot == 0 || dot + 1 == name.size()) {
-      return driveError(ErrorCode::FeatureUnsupported, path,
-                        platform::localizedFormat("“%@” is a folder; only documents can be removed from this phone.",
-                                                  name));
+      return driveError(
+          ErrorCode::FeatureUnsupported, path,
+          platform::localizedFormat("“%@” is a folder; only documents can be removed from this phone.", name));
     }
     metadata.isPackage = true;
   } else if (!S_ISREG(info.st_mode)) {
@@ -587,11 +628,10 @@ std::optional<Error> Drive::evictItem(const std::string& rawPath) {
   // The server must hold the bytes before the phone lets go of them.
   const std::string cloudItem = cloudPath(*relative);
   struct stat cloudInfo {};
-  const bool cloudCurrent = ::lstat(cloudItem.c_str(), &cloudInfo) == 0 && !isFolder &&
-                            cloudInfo.st_size == info.st_size &&
-                            (cloudInfo.st_mtim.tv_sec > info.st_mtim.tv_sec ||
-                             (cloudInfo.st_mtim.tv_sec == info.st_mtim.tv_sec &&
-                              cloudInfo.st_mtim.tv_nsec >= info.st_mtim.tv_nsec));
+  const bool cloudCurrent =
+      ::lstat(cloudItem.c_str(), &cloudInfo) == 0 && !isFolder && cloudInfo.st_size == info.st_size &&
+      (cloudInfo.st_mtim.tv_sec > info.st_mtim.tv_sec ||
+       (cloudInfo.st_mtim.tv_sec == info.st_mtim.tv_sec && cloudInfo.st_mtim.tv_nsec >= info.st_mtim.tv_nsec));
   if (!cloudCurrent) {
     if (const int error = operations_.makeDirectories(splitParent(cloudItem).first)) {
       return driveWriteError(error, path);
@@ -612,8 +652,9 @@ std::optional<Error> Drive::evictItem(const std::string& rawPath) {
 }
 
 std::optional<Error> Drive::deleteContainerContents(const std::string& containerIdentifier) {
-  if (containerIdentifier.empty() || containerIdentifier.find('/') != std::string::npos ||
-      containerIdentifier == "." || containerIdentifier == "..") {
+  const ForgetReads forget;
+  if (containerIdentifier.empty() || containerIdentifier.find('/') != std::string::npos || containerIdentifier == "." ||
+      containerIdentifier == "..") {
     return driveWriteError(EINVAL, containerIdentifier);
   }
   const std::string relativeDocuments = containerIdentifier + "/" + std::string(kDocumentsFolderName);
@@ -629,19 +670,11 @@ std::optional<Error> Drive::deleteContainerContents(const std::string& container
     }
   }
   const std::string cloudDocuments = cloudPath(relativeDocuments);
-  if (DIR* folder = ::opendir(cloudDocuments.c_str())) {
-    std::vector<std::string> names;
-    while (const dirent* entry = ::readdir(folder)) {
-      const std::string_view name = entry->d_name;
-      if (name != "." && name != "..") {
-        names.emplace_back(name);
-      }
-    }
-    ::closedir(folder);
-    for (const auto& name : names) {
-      if (const int error = operations_.removeTree(joinPath(cloudDocuments, name))) {
-        return driveWriteError(error, joinPath(documents, name));
-      }
+  std::vector<std::string> names;
+  FileOperations::folderNames(cloudDocuments, names);  // none when the server has no such folder
+  for (const auto& name : names) {
+    if (const int error = operations_.removeTree(joinPath(cloudDocuments, name))) {
+      return driveWriteError(error, joinPath(documents, name));
     }
   }
   return std::nullopt;
@@ -650,6 +683,7 @@ std::optional<Error> Drive::deleteContainerContents(const std::string& container
 // --- Document references ---
 
 std::optional<Error> Drive::writeDocumentReference(const std::string& referencePath, const std::string& targetPath) {
+  const ForgetReads forget;
   const auto target = normal(targetPath);
   const auto relative = target ? relativeTo(*target, root_) : std::nullopt;
   if (!relative) {
@@ -689,9 +723,9 @@ platform::Result<std::string> Drive::documentReferenceTarget(const std::string& 
   const std::string written = json["target"].get<std::string>();
   const auto target = normal(written.front() == '/' ? written : joinPath(root_, written));
   if (!target || !relativeTo(*target, root_) || *target == root_ || checkPhysicallyInside(*target)) {
-    return driveError(ErrorCode::FileReadNoPermission, referencePath,
-                      platform::localizedFormat("“%@” points outside Velune Drive.",
-                                                splitParent(referencePath).second));
+    return driveError(
+        ErrorCode::FileReadNoPermission, referencePath,
+        platform::localizedFormat("“%@” points outside Velune Drive.", splitParent(referencePath).second));
   }
   return *target;
 }
@@ -723,6 +757,7 @@ std::optional<Error> Drive::placeNewPlaceholder(const std::string& logicalPath, 
 }
 
 std::optional<Error> Drive::cloudAdd(const std::string& relative, const CloudDocument& document) {
+  const ForgetReads forget;
   const std::string path = drivePath(relative);
   const auto normalized = normal(path);
   if (!normalized || relativeTo(*normalized, root_) != relative) {
@@ -766,6 +801,7 @@ std::optional<Error> Drive::cloudAdd(const std::string& relative, const CloudDoc
 }
 
 std::optional<Error> Drive::cloudAddFolder(const std::string& relative) {
+  const ForgetReads forget;
   const std::string path = drivePath(relative);
   if (auto refused = checkChangeablePath(path, true)) {
     return refused;
@@ -784,6 +820,7 @@ std::optional<Error> Drive::cloudAddFolder(const std::string& relative) {
 }
 
 std::optional<Error> Drive::cloudModify(const std::string& relative, const CloudDocument& document) {
+  const ForgetReads forget;
   const std::string path = drivePath(relative);
   if (auto refused = checkChangeablePath(path, false)) {
     return refused;
@@ -830,6 +867,7 @@ std::optional<Error> Drive::cloudModify(const std::string& relative, const Cloud
 }
 
 std::optional<Error> Drive::cloudMove(const std::string& fromRelative, const std::string& toRelative) {
+  const ForgetReads forget;
   const std::string from = drivePath(fromRelative);
   const std::string to = drivePath(toRelative);
   if (auto refused = checkChangeablePath(from, false)) {
@@ -860,6 +898,7 @@ std::optional<Error> Drive::cloudMove(const std::string& fromRelative, const std
 }
 
 std::optional<Error> Drive::cloudDelete(const std::string& relative) {
+  const ForgetReads forget;
   const std::string path = drivePath(relative);
   if (auto refused = checkChangeablePath(path, false)) {
     return refused;

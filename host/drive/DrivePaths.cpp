@@ -4,11 +4,21 @@
 
 namespace velune::host {
 
-std::string placeholderNameFor(std::string_view name) {
-  return "." + std::string(name) + std::string(kPlaceholderSuffix);
+namespace {
+// Built by appending: GCC 12 warns falsely (-Wrestrict) on "." + std::string(...).
+std::string hiddenNameWithSuffix(std::string_view name, std::string_view suffix) {
+  std::string hidden;
+  hidden.reserve(1 + name.size() + suffix.size());
+  hidden.push_back('.');
+  hidden.append(name);
+  hidden.append(suffix);
+  return hidden;
 }
+}  // namespace
 
-std::string sidecarNameFor(std::string_view name) { return "." + std::string(name) + std::string(kSidecarSuffix); }
+std::string placeholderNameFor(std::string_view name) { return hiddenNameWithSuffix(name, kPlaceholderSuffix); }
+
+std::string sidecarNameFor(std::string_view name) { return hiddenNameWithSuffix(name, kSidecarSuffix); }
 
 namespace {
 std::optional<std::string> innerName(std::string_view name, std::string_view suffix) {
@@ -23,9 +33,13 @@ std::optional<std::string> logicalNameOfPlaceholder(std::string_view name) {
   return innerName(name, kPlaceholderSuffix);
 }
 
-std::optional<std::string> logicalNameOfSidecar(std::string_view name) { return innerName(name, kSidecarSuffix); }
+std::optional<std::string> logicalNameOfSidecar(std::string_view name) {
+  return innerName(name, kSidecarSuffix);
+}
 
-bool isTemporaryName(std::string_view name) { return name.starts_with(kTemporaryPrefix); }
+bool isTemporaryName(std::string_view name) {
+  return name.starts_with(kTemporaryPrefix);
+}
 
 std::pair<std::string, std::string> splitParent(std::string_view path) {
   const size_t slash = path.rfind('/');
@@ -57,9 +71,32 @@ std::string sidecarPathFor(std::string_view path) {
   return joinPath(folder, sidecarNameFor(name));
 }
 
+namespace {
+// Whether an absolute path is already normal: no empty, "." or ".." part and
+// no trailing slash (the common case, answered without building a new path).
+bool isNormal(std::string_view path) {
+  if (path.size() > 1 && path.back() == '/') {
+    return false;
+  }
+  for (size_t i = 0; i < path.size(); ++i) {
+    if (path[i] != '/') {
+      continue;
+    }
+    const std::string_view rest = path.substr(i + 1);
+    if (rest.starts_with('/') || rest == "." || rest.starts_with("./") || rest == ".." || rest.starts_with("../")) {
+      return false;
+    }
+  }
+  return true;
+}
+}  // namespace
+
 std::optional<std::string> lexicallyNormal(std::string_view path) {
   if (path.empty() || path.front() != '/') {
     return std::nullopt;
+  }
+  if (isNormal(path)) {
+    return std::string(path);
   }
   std::vector<std::string_view> parts;
   size_t start = 0;

@@ -17,8 +17,8 @@ namespace velune::host {
 
 namespace {
 
-constexpr std::uint32_t kWatchMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_CLOSE_WRITE |
-                                     IN_ATTRIB | IN_ONLYDIR | IN_DONT_FOLLOW | IN_EXCL_UNLINK;
+constexpr std::uint32_t kWatchMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_CLOSE_WRITE | IN_ATTRIB |
+                                     IN_ONLYDIR | IN_DONT_FOLLOW | IN_EXCL_UNLINK;
 
 bool lexists(const std::string& path) {
   struct stat info {};
@@ -271,8 +271,7 @@ std::vector<DriveEvent> DriveWatcher::readEvents() {
   // One notice per item for a burst of changes.
   std::vector<DriveEvent> folded;
   for (auto& event : out) {
-    if (event.kind == DriveEvent::Kind::Changed &&
-        std::find(folded.begin(), folded.end(), event) != folded.end()) {
+    if (event.kind == DriveEvent::Kind::Changed && std::find(folded.begin(), folded.end(), event) != folded.end()) {
       continue;
     }
     folded.push_back(std::move(event));

@@ -43,6 +43,21 @@ std::string FileOperations::temporaryPathBeside(const std::string& path) {
                               std::to_string(counter.fetch_add(1)) + "-" + std::to_string(random() % 1000000));
 }
 
+int FileOperations::folderNames(const std::string& path, std::vector<std::string>& names) {
+  DIR* folder = ::opendir(path.c_str());
+  if (folder == nullptr) {
+    return errno;
+  }
+  while (const dirent* entry = ::readdir(folder)) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") {
+      names.emplace_back(name);
+    }
+  }
+  ::closedir(folder);
+  return 0;
+}
+
 int FileOperations::makeDirectory(const std::string& path) {
   if (const int fault = injected("mkdir", path)) {
     return fault;
@@ -151,18 +166,10 @@ int FileOperations::removeTree(const std::string& path) {
   if (!S_ISDIR(info.st_mode)) {
     return ::unlink(path.c_str()) == 0 ? 0 : errno;
   }
-  DIR* folder = ::opendir(path.c_str());
-  if (folder == nullptr) {
-    return errno;
-  }
   std::vector<std::string> names;
-  while (const dirent* entry = ::readdir(folder)) {
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") {
-      names.emplace_back(name);
-    }
+  if (const int error = folderNames(path, names)) {
+    return error;
   }
-  ::closedir(folder);
   for (const auto& name : names) {
     if (const int error = removeTree(joinPath(path, name))) {
       return error;
@@ -171,7 +178,8 @@ int FileOperations::removeTree(const std::string& path) {
   return ::rmdir(path.c_str()) == 0 ? 0 : errno;
 }
 
-int FileOperations::writeFile(const std::string& path, std::string_view contents, bool replace) {
+int FileOperations::writeThroughTemporary(const std::string& path, bool replace,
+                                          const std::function<int(int fd)>& fill) {
   if (const int fault = injected("write", path)) {
     return fault;
   }
@@ -180,53 +188,42 @@ int FileOperations::writeFile(const std::string& path, std::string_view contents
   if (fd < 0) {
     return errno;
   }
-  size_t written = 0;
-  while (written < contents.size()) {
-    const ssize_t n = ::write(fd, contents.data() + written, contents.size() - written);
-    if (n < 0) {
-      if (errno == EINTR) {
-        continue;
-      }
-      const int error = errno;
-      ::close(fd);
-      ::unlink(temporary.c_str());
-      return error;
-    }
-    written += static_cast<size_t>(n);
+  int error = fill(fd);
+  if (error == 0 && ::fsync(fd) != 0) {
+    error = errno;
   }
-  if (::fsync(fd) != 0 || ::close(fd) != 0) {
-    const int error = errno;
-    ::unlink(temporary.c_str());
-    return error;
+  if (::close(fd) != 0 && error == 0) {
+    error = errno;
   }
-  const int error = replace ? renameReplacing(temporary, path) : renameNoReplace(temporary, path);
+  if (error == 0) {
+    error = replace ? renameReplacing(temporary, path) : renameNoReplace(temporary, path);
+  }
   if (error != 0) {
     ::unlink(temporary.c_str());
   }
   return error;
 }
 
+int FileOperations::writeFile(const std::string& path, std::string_view contents, bool replace) {
+  return writeThroughTemporary(path, replace, [&](int fd) {
+    size_t written = 0;
+    while (written < contents.size()) {
+      const ssize_t n = ::write(fd, contents.data() + written, contents.size() - written);
+      if (n < 0 && errno == EINTR) {
+        continue;
+      }
+      if (n < 0) {
+        return errno;
+      }
+      written += static_cast<size_t>(n);
+    }
+    return 0;
+  });
+}
+
 int FileOperations::writeSparseFile(const std::string& path, std::uint64_t size, bool replace) {
-  if (const int fault = injected("write", path)) {
-    return fault;
-  }
-  const std::string temporary = temporaryPathBeside(path);
-  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-  if (fd < 0) {
-    return errno;
-  }
-  if (::ftruncate(fd, static_cast<off_t>(size)) != 0) {
-    const int error = errno;
-    ::close(fd);
-    ::unlink(temporary.c_str());
-    return error;
-  }
-  ::close(fd);
-  const int error = replace ? renameReplacing(temporary, path) : renameNoReplace(temporary, path);
-  if (error != 0) {
-    ::unlink(temporary.c_str());
-  }
-  return error;
+  return writeThroughTemporary(path, replace,
+                               [&](int fd) { return ::ftruncate(fd, static_cast<off_t>(size)) == 0 ? 0 : errno; });
 }
 
 int FileOperations::copyRegularFile(const std::string& from, const std::string& to) {
@@ -300,18 +297,10 @@ int FileOperations::copyTree(const std::string& from, const std::string& to) {
   if (::mkdir(to.c_str(), 0755) != 0) {
     return errno;
   }
-  DIR* folder = ::opendir(from.c_str());
-  if (folder == nullptr) {
-    return errno;
-  }
   std::vector<std::string> names;
-  while (const dirent* entry = ::readdir(folder)) {
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") {
-      names.emplace_back(name);
-    }
+  if (const int error = folderNames(from, names)) {
+    return error;
   }
-  ::closedir(folder);
   for (const auto& name : names) {
     if (const int error = copyTree(joinPath(from, name), joinPath(to, name))) {
       return error;

@@ -15,10 +15,12 @@
 //
 // Thread-safe; the fault injector is meant to be set before work starts.
 
+#include <cstdint>
 #include <functional>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace velune::host {
 
@@ -53,9 +55,13 @@ class FileOperations {
 
   // A new temporary name in the folder of `path` (".vdtmp-...").
   static std::string temporaryPathBeside(const std::string& path);
+  // The names in a folder ("." and ".." left out), in no order; 0 or the errno.
+  static int folderNames(const std::string& path, std::vector<std::string>& names);
 
  private:
   int injected(std::string_view operation, const std::string& path);
+  // Writes a flushed temporary file with `fill`, then renames it into place.
+  int writeThroughTemporary(const std::string& path, bool replace, const std::function<int(int fd)>& fill);
   int copyTree(const std::string& from, const std::string& to);
   int copyRegularFile(const std::string& from, const std::string& to);
 

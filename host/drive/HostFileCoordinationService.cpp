@@ -29,6 +29,8 @@ void HostFileCoordinationService::setMaterializer(std::shared_ptr<PlaceholderMat
   core_->setMaterializer(std::move(materializer));
 }
 
-void HostFileCoordinationService::waitUntilWatcherCaughtUp() { core_->waitUntilWatcherCaughtUp(); }
+void HostFileCoordinationService::waitUntilWatcherCaughtUp() {
+  core_->waitUntilWatcherCaughtUp();
+}
 
 }  // namespace velune::host

@@ -6,6 +6,7 @@
 
 #include "diag/DRLogging.h"
 #include "host/drive/DrivePaths.h"
+#include "host/drive/ReadScope.h"
 #include "platform/Localization.h"
 
 namespace velune::host {
@@ -16,7 +17,9 @@ using platform::URL;
 
 namespace {
 
-Error cancelledError() { return Error::platform(ErrorCode::UserCancelled); }
+Error cancelledError() {
+  return Error::platform(ErrorCode::UserCancelled);
+}
 
 Error notCoordinatable(const URL& url, bool writing) {
   return Error::platform(writing ? ErrorCode::FileWriteUnknown : ErrorCode::FileReadUnknown,
@@ -28,7 +31,9 @@ bool lexists(const std::string& path) {
   return ::lstat(path.c_str(), &info) == 0;
 }
 
-bool itemExists(const std::string& path) { return lexists(path) || lexists(placeholderPathFor(path)); }
+bool itemExists(const std::string& path) {
+  return lexists(path) || lexists(placeholderPathFor(path));
+}
 
 }  // namespace
 
@@ -114,7 +119,12 @@ std::optional<Error> HostFileCoordinator::coordinateReadingItemAtURL(const URL& 
       return cancelledError();
     }
   }
-  accessor(readURL);
+  {
+    // The item cannot change under this read (from this process): what the
+    // accessor's services read of it is read once.
+    const ReadScope scope;
+    accessor(readURL);
+  }
   return std::nullopt;
 }
 
@@ -149,11 +159,18 @@ std::optional<Error> HostFileCoordinator::write(std::vector<Target> targets,
   for (const auto& target : targets) {
     urls.push_back(target.url);
   }
-  takeMoves();  // announcements left over from an earlier call on this thread are not this write's
+  takeMoves();          // announcements left over from an earlier call on this thread are not this write's
+  ReadScope::forget();  // a write nested in a read makes what that read saw stale
   accessor(urls);
+  ReadScope::forget();
 
-  // Tell presenters what really happened.
+  // Tell presenters what really happened (nobody to tell: nothing to look at).
   const auto moves = takeMoves();
+  if (core_->presenters().isEmpty()) {
+    core_->endWrite(suppression);
+    core_->arbiter().release(*claim);
+    return std::nullopt;
+  }
   std::vector<std::string> moved;
   for (const auto& [from, to] : moves) {
     if (!itemExists(from) && itemExists(to)) {

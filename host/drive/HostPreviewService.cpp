@@ -22,18 +22,25 @@ bool HostPreviewService::canPreviewItemAtURL(const platform::URL& url) {
   if (type.empty()) {
     return false;
   }
-  for (const char* refused : {"public.tiff", "public.heic", "public.rtf", "public.avi", "public.mpeg",
-                              "public.package", "public.directory"}) {
-    if (types_->typeConformsTo(type, refused)) {
-      return false;
-    }
+  return canPreviewType(type);
+}
+
+bool HostPreviewService::canPreviewType(const std::string& type) {
+  std::lock_guard lock(mutex_);
+  if (const auto known = byType_.find(type); known != byType_.end()) {
+    return known->second;
+  }
+  bool answer = false;
+  bool refused = false;
+  for (const char* unshown : {"public.tiff", "public.heic", "public.rtf", "public.avi", "public.mpeg", "public.package",
+                              "public.directory"}) {
+    refused = refused || types_->typeConformsTo(type, unshown);
   }
   for (const char* shown : {"public.image", "public.pdf", "public.text", "public.audio", "public.movie"}) {
-    if (types_->typeConformsTo(type, shown)) {
-      return true;
-    }
+    answer = answer || (!refused && types_->typeConformsTo(type, shown));
   }
-  return false;
+  byType_.emplace(type, answer);
+  return answer;
 }
 
 }  // namespace velune::host

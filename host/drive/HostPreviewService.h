@@ -5,6 +5,9 @@
 // cloud-only document is known to be previewable before it is downloaded.
 
 #include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
 
 #include "platform/PreviewService.h"
 #include "platform/TypeRegistry.h"
@@ -17,7 +20,11 @@ class HostPreviewService final : public platform::PreviewService {
   bool canPreviewItemAtURL(const platform::URL& url) override;
 
  private:
+  bool canPreviewType(const std::string& type);
+
   std::shared_ptr<platform::TypeRegistry> types_;
+  std::mutex mutex_;
+  std::unordered_map<std::string, bool> byType_;  // answers so far
 };
 
 }  // namespace velune::host

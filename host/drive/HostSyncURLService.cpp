@@ -22,10 +22,13 @@ std::string logicalPathOfURL(const URL& url) {
 HostSyncURLService::HostSyncURLService(std::shared_ptr<Drive> drive, std::shared_ptr<ContainerRegistry> registry)
     : drive_(std::move(drive)), registry_(std::move(registry)) {}
 
-URL HostSyncURLService::cloudDocumentsRootURL() { return URL::fileURLWithPath(drive_->root(), true); }
+URL HostSyncURLService::cloudDocumentsRootURL() {
+  return URL::fileURLWithPath(drive_->root(), true);
+}
 
 bool HostSyncURLService::isExternalDocumentReference(const URL& url) {
-  if (!url.isFileURL() || strcasecmp(url.pathExtension().c_str(), std::string(kDocumentReferenceExtension).c_str()) != 0) {
+  if (!url.isFileURL() ||
+      strcasecmp(url.pathExtension().c_str(), std::string(kDocumentReferenceExtension).c_str()) != 0) {
     return false;
   }
   struct stat info {};

@@ -5,10 +5,13 @@
 
 #include <algorithm>
 #include <cctype>
+#include <string_view>
+#include <unordered_map>
 
 #include "diag/DRLogging.h"
 #include "host/drive/DrivePaths.h"
 #include "host/drive/HostSyncURLService.h"
+#include "host/drive/ReadScope.h"
 #include "host/drive/ThumbnailMaker.h"
 #include "platform/Localization.h"
 #include "platform/ResourceKeys.h"
@@ -35,13 +38,181 @@ std::string extensionOf(const std::string& name) {
   return name.substr(dot + 1);
 }
 
-bool wants(const std::vector<std::string>& keys, const char* key) {
-  return std::find(keys.begin(), keys.end(), key) != keys.end();
+enum class Key {
+  Name,
+  LocalizedName,
+  TypeIdentifier,
+  LocalizedTypeDescription,
+  FileSize,
+  CreationDate,
+  ContentModificationDate,
+  IsDirectory,
+  IsPackage,
+  HasHiddenExtension,
+  ParentDirectoryURL,
+  IsShared,
+  SharedItemRole,
+  DownloadingStatus,
+  ThumbnailDictionary,
+  Unknown,
+};
+
+// Keys by name, looked up once per key instead of compared one by one.
+Key keyOf(const std::string& key) {
+  static const auto* table = new std::unordered_map<std::string_view, Key>{
+      {keys::Name, Key::Name},
+      {keys::LocalizedName, Key::LocalizedName},
+      {keys::TypeIdentifier, Key::TypeIdentifier},
+      {keys::LocalizedTypeDescription, Key::LocalizedTypeDescription},
+      {keys::FileSize, Key::FileSize},
+      {keys::CreationDate, Key::CreationDate},
+      {keys::ContentModificationDate, Key::ContentModificationDate},
+      {keys::IsDirectory, Key::IsDirectory},
+      {keys::IsPackage, Key::IsPackage},
+      {keys::HasHiddenExtension, Key::HasHiddenExtension},
+      {keys::ParentDirectoryURL, Key::ParentDirectoryURL},
+      {keys::IsShared, Key::IsShared},
+      {keys::SharedItemRole, Key::SharedItemRole},
+      {keys::DownloadingStatus, Key::DownloadingStatus},
+      {keys::ThumbnailDictionary, Key::ThumbnailDictionary},
+  };
+  const auto found = table->find(key);
+  return found == table->end() ? Key::Unknown : found->second;
+}
+
+std::vector<Key> keysOf(const std::vector<std::string>& names) {
+  std::vector<Key> out;
+  out.reserve(names.size());
+  for (const auto& name : names) {
+    out.push_back(keyOf(name));
+  }
+  return out;
+}
+
+bool wants(const std::vector<Key>& wanted, Key key) {
+  return std::find(wanted.begin(), wanted.end(), key) != wanted.end();
+}
+
+// The URL of an item's folder. Items are read folder by folder: the last
+// folder's URL is kept (per thread) instead of being encoded again.
+URL folderURL(const std::string& folder) {
+  thread_local std::string lastFolder;
+  thread_local URL lastURL;
+  if (folder != lastFolder || lastURL.isEmpty()) {
+    lastFolder = folder;
+    lastURL = URL::fileURLWithPath(folder, true);
+  }
+  return lastURL;
 }
 
 std::string nameWithoutExtension(const std::string& name) {
   const std::string extension = extensionOf(name);
   return extension.empty() ? name : name.substr(0, name.size() - extension.size() - 1);
+}
+
+// What the drive knows of an item, whether present or only in the cloud.
+struct ItemFacts {
+  std::string path;  // logical
+  std::string type;
+  bool isDirectory = false;
+  bool isPackage = false;
+  bool inDrive = false;
+  const char* downloadingStatus = nullptr;  // none outside the drive
+  std::optional<std::uint64_t> size;
+  std::optional<Date> created;
+  std::optional<Date> modified;
+  ItemAttributes attributes;
+  std::string thumbnailSource;  // the file pictures are drawn from, if any
+};
+
+std::string descriptionOfType(platform::TypeRegistry& types, const std::string& type, const std::string& name) {
+  if (auto description = types.localizedDescription(type)) {
+    return *description;
+  }
+  std::string extension = extensionOf(name);
+  if (extension.empty()) {
+    return platform::localized("Document");
+  }
+  for (char& ch : extension) {
+    ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+  }
+  return platform::localizedFormat("%@ Document", extension);
+}
+
+Value::Dictionary valuesOf(platform::TypeRegistry& types, const ItemFacts& facts, const std::vector<std::string>& keys,
+                           const std::vector<Key>& wanted) {
+  const auto [folder, name] = splitParent(facts.path);
+  Value::Dictionary values;
+  for (size_t index = 0; index < keys.size(); ++index) {
+    const std::string& key = keys[index];
+    switch (wanted[index]) {
+      case Key::Name:
+        values.emplace(key, Value(name));
+        break;
+      case Key::LocalizedName:
+        values.emplace(key, Value(facts.attributes.hiddenExtension ? nameWithoutExtension(name) : name));
+        break;
+      case Key::TypeIdentifier:
+        values.emplace(key, Value(facts.type));
+        break;
+      case Key::LocalizedTypeDescription:
+        values.emplace(key, Value(descriptionOfType(types, facts.type, name)));
+        break;
+      case Key::FileSize:
+        if (facts.size) {
+          values.emplace(key, Value(*facts.size));
+        }
+        break;
+      case Key::CreationDate:
+        if (facts.created) {
+          values.emplace(key, Value(*facts.created));
+        }
+        break;
+      case Key::ContentModificationDate:
+        if (facts.modified) {
+          values.emplace(key, Value(*facts.modified));
+        }
+        break;
+      case Key::IsDirectory:
+        values.emplace(key, Value(facts.isDirectory));
+        break;
+      case Key::IsPackage:
+        values.emplace(key, Value(facts.isPackage));
+        break;
+      case Key::HasHiddenExtension:
+        values.emplace(key, Value(facts.attributes.hiddenExtension));
+        break;
+      case Key::ParentDirectoryURL:
+        values.emplace(key, Value(folderURL(folder)));
+        break;
+      case Key::IsShared:
+        if (facts.inDrive) {
+          values.emplace(key, Value(facts.attributes.shared));
+        }
+        break;
+      case Key::SharedItemRole:
+        if (facts.inDrive && facts.attributes.shared) {
+          values.emplace(key, Value(facts.attributes.role == kRoleParticipant ? platform::kSharedItemRoleParticipant
+                                                                               : platform::kSharedItemRoleOwner));
+        }
+        break;
+      case Key::DownloadingStatus:
+        if (facts.downloadingStatus != nullptr) {
+          values.emplace(key, Value(facts.downloadingStatus));
+        }
+        break;
+      case Key::ThumbnailDictionary:
+        if (!facts.thumbnailSource.empty()) {
+          if (auto image = ThumbnailMaker::thumbnailOfFile(facts.thumbnailSource)) {
+            values.emplace(key, Value(Value::Dictionary{{platform::kThumbnail1024x1024SizeKey, Value(image)}}));
+          }
+        }
+        break;
+      case Key::Unknown:
+        break;
+    }
+  }
+  return values;
 }
 
 }  // namespace
@@ -54,30 +225,15 @@ bool HostURLResourceService::startAccessingSecurityScopedResource(const URL& url
   if (!url.isFileURL() || !drive_->relativePath(url.path())) {
     return false;
   }
-  std::lock_guard lock(mutex_);
-  ++accesses_[url.path()];
+  accesses_.fetch_add(1);
   return true;
 }
 
 void HostURLResourceService::stopAccessingSecurityScopedResource(const URL& url) {
-  std::lock_guard lock(mutex_);
-  const auto found = accesses_.find(url.path());
-  if (found == accesses_.end()) {
+  if (accesses_.fetch_sub(1) <= 0) {
+    accesses_.fetch_add(1);
     DRLOG(kLogWarning, "Access to %@ stopped but never started", url);
-    return;
   }
-  if (--found->second == 0) {
-    accesses_.erase(found);
-  }
-}
-
-int HostURLResourceService::accessCount() const {
-  std::lock_guard lock(mutex_);
-  int total = 0;
-  for (const auto& [path, count] : accesses_) {
-    total += count;
-  }
-  return total;
 }
 
 std::string HostURLResourceService::typeForName(const std::string& name, bool isDirectory, bool isSymbolicLink,
@@ -98,92 +254,41 @@ std::string HostURLResourceService::typeForName(const std::string& name, bool is
   return type.empty() ? "public.data" : type;
 }
 
-std::string HostURLResourceService::descriptionOfType(const std::string& type, const std::string& name) {
-  if (auto description = types_->localizedDescription(type)) {
-    return *description;
-  }
-  std::string extension = extensionOf(name);
-  if (extension.empty()) {
-    return platform::localized("Document");
-  }
-  for (char& ch : extension) {
-    ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
-  }
-  return platform::localizedFormat("%@ Document", extension);
-}
 
 platform::Result<Value::Dictionary> HostURLResourceService::valuesOfPresentItem(const std::string& path,
                                                                                 const std::vector<std::string>& keys) {
-  struct statx info {};
-  if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME, &info) != 0) {
-    return driveWriteError(errno, path);  // the no-such-file code of resource values is the write one (4)
+  const ItemStatus status = ReadScope::statusOf(path);
+  if (!status.exists()) {
+    return driveWriteError(status.error, path);  // the no-such-file code of resource values is the write one (4)
   }
-  const auto [folder, name] = splitParent(path);
-  const bool isDirectory = S_ISDIR(info.stx_mode);
+  const struct statx& info = status.info;
+  ItemFacts facts;
+  facts.path = path;
   const bool isLink = S_ISLNK(info.stx_mode);
-  const bool inDrive = drive_->relativePath(path).has_value();
-  ItemAttributes attributes;
-  if (inDrive && (wants(keys, keys::IsShared) || wants(keys, keys::SharedItemRole) ||
-                  wants(keys, keys::HasHiddenExtension) || wants(keys, keys::LocalizedName))) {
+  facts.isDirectory = S_ISDIR(info.stx_mode);
+  facts.inDrive = drive_->relativePath(path).has_value();
+  facts.downloadingStatus = facts.inDrive ? platform::kDownloadingStatusCurrent : nullptr;
+  if (S_ISREG(info.stx_mode)) {
+    facts.size = static_cast<std::uint64_t>(info.stx_size);
+  }
+  facts.created = (info.stx_mask & STATX_BTIME) != 0 ? dateOf(info.stx_btime)
+                                                     : std::min(dateOf(info.stx_mtime), dateOf(info.stx_ctime));
+  facts.modified = dateOf(info.stx_mtime);
+  const std::vector<Key> wanted = keysOf(keys);
+  if (facts.inDrive && (wants(wanted, Key::IsShared) || wants(wanted, Key::SharedItemRole) ||
+                        wants(wanted, Key::HasHiddenExtension) || wants(wanted, Key::LocalizedName))) {
     auto read = drive_->readAttributes(path);
     if (read.ok()) {
-      attributes = read.value();
+      facts.attributes = read.value();
     } else {
       DRLOG(kLogWarning, "Cannot read the attributes of %@: %@", path, read.error());
     }
   }
-  bool isPackage = false;
-  const std::string type = typeForName(name, isDirectory, isLink, &isPackage);
-  Value::Dictionary values;
-  for (const auto& key : keys) {
-    if (key == keys::Name) {
-      values.emplace(key, Value(name));
-    } else if (key == keys::LocalizedName) {
-      values.emplace(key, Value(attributes.hiddenExtension ? nameWithoutExtension(name) : name));
-    } else if (key == keys::TypeIdentifier) {
-      values.emplace(key, Value(type));
-    } else if (key == keys::LocalizedTypeDescription) {
-      values.emplace(key, Value(descriptionOfType(type, name)));
-    } else if (key == keys::FileSize) {
-      if (S_ISREG(info.stx_mode)) {
-        values.emplace(key, Value(static_cast<std::uint64_t>(info.stx_size)));
-      }
-    } else if (key == keys::CreationDate) {
-      values.emplace(key, Value((info.stx_mask & STATX_BTIME) != 0
-                                    ? dateOf(info.stx_btime)
-                                    : std::min(dateOf(info.stx_mtime), dateOf(info.stx_ctime))));
-    } else if (key == keys::ContentModificationDate) {
-      values.emplace(key, Value(dateOf(info.stx_mtime)));
-    } else if (key == keys::IsDirectory) {
-      values.emplace(key, Value(isDirectory));
-    } else if (key == keys::IsPackage) {
-      values.emplace(key, Value(isPackage));
-    } else if (key == keys::HasHiddenExtension) {
-      values.emplace(key, Value(attributes.hiddenExtension));
-    } else if (key == keys::ParentDirectoryURL) {
-      values.emplace(key, Value(URL::fileURLWithPath(folder, true)));
-    } else if (key == keys::IsShared) {
-      if (inDrive) {
-        values.emplace(key, Value(attributes.shared));
-      }
-    } else if (key == keys::SharedItemRole) {
-      if (inDrive && attributes.shared) {
-        values.emplace(key, Value(attributes.role == kRoleParticipant ? platform::kSharedItemRoleParticipant
-                                                                       : platform::kSharedItemRoleOwner));
-      }
-    } else if (key == keys::DownloadingStatus) {
-      if (inDrive) {
-        values.emplace(key, Value(platform::kDownloadingStatusCurrent));
-      }
-    } else if (key == keys::ThumbnailDictionary) {
-      if (!isDirectory && !isLink) {
-        if (auto image = ThumbnailMaker::thumbnailOfFile(path)) {
-          values.emplace(key, Value(Value::Dictionary{{platform::kThumbnail1024x1024SizeKey, Value(image)}}));
-        }
-      }
-    }
+  facts.type = typeForName(splitParent(path).second, facts.isDirectory, isLink, &facts.isPackage);
+  if (!facts.isDirectory && !isLink) {
+    facts.thumbnailSource = path;
   }
-  return values;
+  return valuesOf(*types_, facts, keys, wanted);
 }
 
 platform::Result<Value::Dictionary> HostURLResourceService::valuesOfPlaceholder(const std::string& logicalPath,
@@ -200,66 +305,28 @@ platform::Result<Value::Dictionary> HostURLResourceService::valuesOfPlaceholder(
     DRLOG(kLogWarning, "Placeholder of %@: %@", logicalPath, problem);
   }
   const PlaceholderMetadata& data = metadata.value();
-  const auto [folder, name] = splitParent(logicalPath);
-  bool isPackage = data.isPackage;
-  std::string type;
+  ItemFacts facts;
+  facts.path = logicalPath;
+  facts.inDrive = true;
+  facts.downloadingStatus = platform::kDownloadingStatusNotDownloaded;
+  facts.size = data.size;
+  facts.created = data.created;
+  facts.modified = data.modified;
+  facts.attributes = data.attributes;
   if (data.type) {
-    type = *data.type;
-    isPackage = isPackage || types_->typeConformsTo(type, "public.package");
+    facts.type = *data.type;
+    facts.isPackage = data.isPackage || types_->typeConformsTo(facts.type, "public.package");
   } else {
-    bool byName = false;
-    type = typeForName(name, data.isPackage, false, &byName);
-    isPackage = isPackage || byName;
+    facts.type = typeForName(splitParent(logicalPath).second, data.isPackage, false, &facts.isPackage);
+    facts.isPackage = facts.isPackage || data.isPackage;
   }
-  Value::Dictionary values;
-  for (const auto& key : keys) {
-    if (key == keys::Name) {
-      values.emplace(key, Value(name));
-    } else if (key == keys::LocalizedName) {
-      values.emplace(key, Value(data.attributes.hiddenExtension ? nameWithoutExtension(name) : name));
-    } else if (key == keys::TypeIdentifier) {
-      values.emplace(key, Value(type));
-    } else if (key == keys::LocalizedTypeDescription) {
-      values.emplace(key, Value(descriptionOfType(type, name)));
-    } else if (key == keys::FileSize) {
-      if (data.size) {
-        values.emplace(key, Value(*data.size));
-      }
-    } else if (key == keys::CreationDate) {
-      if (data.created) {
-        values.emplace(key, Value(*data.created));
-      }
-    } else if (key == keys::ContentModificationDate) {
-      if (data.modified) {
-        values.emplace(key, Value(*data.modified));
-      }
-    } else if (key == keys::IsDirectory) {
-      values.emplace(key, Value(isPackage));
-    } else if (key == keys::IsPackage) {
-      values.emplace(key, Value(isPackage));
-    } else if (key == keys::HasHiddenExtension) {
-      values.emplace(key, Value(data.attributes.hiddenExtension));
-    } else if (key == keys::ParentDirectoryURL) {
-      values.emplace(key, Value(URL::fileURLWithPath(folder, true)));
-    } else if (key == keys::IsShared) {
-      values.emplace(key, Value(data.attributes.shared));
-    } else if (key == keys::SharedItemRole) {
-      if (data.attributes.shared) {
-        values.emplace(key, Value(data.attributes.role == kRoleParticipant ? platform::kSharedItemRoleParticipant
-                                                                            : platform::kSharedItemRoleOwner));
-      }
-    } else if (key == keys::DownloadingStatus) {
-      values.emplace(key, Value(platform::kDownloadingStatusNotDownloaded));
-    } else if (key == keys::ThumbnailDictionary) {
-      // The server keeps the bytes: it can show what it holds.
-      if (const auto relative = drive_->relativePath(logicalPath)) {
-        if (auto image = ThumbnailMaker::thumbnailOfFile(drive_->cloudPath(*relative))) {
-          values.emplace(key, Value(Value::Dictionary{{platform::kThumbnail1024x1024SizeKey, Value(image)}}));
-        }
-      }
-    }
+  // A cloud-only package is a folder too, as it will be once downloaded.
+  facts.isDirectory = facts.isPackage;
+  // The server keeps the bytes: it can show what it holds.
+  if (const auto relative = drive_->relativePath(logicalPath)) {
+    facts.thumbnailSource = drive_->cloudPath(*relative);
   }
-  return values;
+  return valuesOf(*types_, facts, keys, keysOf(keys));
 }
 
 platform::Result<Value::Dictionary> HostURLResourceService::resourceValuesForKeys(
@@ -276,8 +343,7 @@ platform::Result<Value::Dictionary> HostURLResourceService::promisedItemResource
     return driveWriteError(ENOENT, url.absoluteString());
   }
   const std::string path = logicalPathOfURL(url);
-  struct stat info {};
-  if (::lstat(path.c_str(), &info) == 0) {
+  if (ReadScope::statusOf(path).exists()) {
     return valuesOfPresentItem(path, keys);
   }
   return valuesOfPlaceholder(path, keys);
@@ -286,8 +352,7 @@ platform::Result<Value::Dictionary> HostURLResourceService::promisedItemResource
 bool HostURLResourceService::checkPromisedItemIsReachable(const URL& url, std::optional<Error>* error) {
   if (url.isFileURL()) {
     const std::string path = logicalPathOfURL(url);
-    struct stat info {};
-    if (::lstat(path.c_str(), &info) == 0 || ::lstat(placeholderPathFor(path).c_str(), &info) == 0) {
+    if (ReadScope::statusOf(path).exists() || ReadScope::statusOf(placeholderPathFor(path)).exists()) {
       return true;
     }
   }

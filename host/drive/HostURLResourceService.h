@@ -8,12 +8,12 @@
 // shared flag; items outside it report neither. Thumbnails are made from the
 // file, or for a cloud-only document from the server's copy.
 //
-// Security-scoped access is started for items of the drive and counted per
-// URL, so that unbalanced start/stop pairs can be seen (accessCount()).
+// Security-scoped access is started for items of the drive and counted, so
+// that unbalanced start/stop pairs can be seen (accessCount(), and a warning
+// for a stop without a start).
 
-#include <map>
+#include <atomic>
 #include <memory>
-#include <mutex>
 
 #include "host/drive/Drive.h"
 #include "platform/TypeRegistry.h"
@@ -37,7 +37,7 @@ class HostURLResourceService final : public platform::URLResourceService {
                                                                     const std::string& key) override;
 
   // Accesses started and not yet stopped, for all URLs.
-  int accessCount() const;
+  int accessCount() const { return accesses_.load(); }
 
  private:
   platform::Result<platform::Value::Dictionary> valuesOfPresentItem(const std::string& path,
@@ -45,12 +45,10 @@ class HostURLResourceService final : public platform::URLResourceService {
   platform::Result<platform::Value::Dictionary> valuesOfPlaceholder(const std::string& logicalPath,
                                                                     const std::vector<std::string>& keys);
   std::string typeForName(const std::string& name, bool isDirectory, bool isSymbolicLink, bool* isPackage);
-  std::string descriptionOfType(const std::string& type, const std::string& name);
 
   std::shared_ptr<Drive> drive_;
   std::shared_ptr<platform::TypeRegistry> types_;
-  mutable std::mutex mutex_;
-  std::map<std::string, int> accesses_;
+  std::atomic<int> accesses_{0};
 };
 
 }  // namespace velune::host

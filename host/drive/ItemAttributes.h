@@ -6,11 +6,10 @@
 //
 //   {"tags": ["Red", "Work"], "shared": true, "role": "participant", "hiddenExtension": false}
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 #include "platform/Result.h"
 

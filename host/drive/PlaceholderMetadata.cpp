@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <limits>
-
 #include <nlohmann/json.hpp>
 
 #include "platform/Error.h"

@@ -33,9 +33,8 @@ void PresenterRegistry::add(const std::shared_ptr<FilePresenter>& presenter) {
 
 void PresenterRegistry::remove(const FilePresenter* presenter) {
   std::lock_guard lock(mutex_);
-  std::erase_if(entries_, [presenter](const Entry& entry) {
-    return entry.identity == presenter || entry.presenter.expired();
-  });
+  std::erase_if(entries_,
+                [presenter](const Entry& entry) { return entry.identity == presenter || entry.presenter.expired(); });
 }
 
 std::vector<std::shared_ptr<FilePresenter>> PresenterRegistry::all() {
@@ -49,7 +48,9 @@ std::vector<std::shared_ptr<FilePresenter>> PresenterRegistry::all() {
   return out;
 }
 
-bool PresenterRegistry::isEmpty() { return all().empty(); }
+bool PresenterRegistry::isEmpty() {
+  return all().empty();
+}
 
 std::optional<std::string> PresenterRegistry::presentedPath(const FilePresenter& presenter) {
   const URL url = presenter.presentedItemURL();
@@ -57,6 +58,19 @@ std::optional<std::string> PresenterRegistry::presentedPath(const FilePresenter&
     return std::nullopt;
   }
   return lexicallyNormal(logicalPathOfURL(url));
+}
+
+std::vector<PresenterRegistry::Presented> PresenterRegistry::presentedPaths(const FilePresenter* excluding) {
+  std::vector<Presented> out;
+  for (auto& presenter : all()) {
+    if (presenter.get() == excluding) {
+      continue;
+    }
+    if (auto path = presentedPath(*presenter)) {
+      out.push_back(Presented{std::move(presenter), std::move(*path)});
+    }
+  }
+  return out;
 }
 
 void PresenterRegistry::deliver(const std::shared_ptr<FilePresenter>& presenter,
@@ -79,17 +93,10 @@ void PresenterRegistry::deliver(const std::shared_ptr<FilePresenter>& presenter,
 }
 
 void PresenterRegistry::itemChanged(const std::string& path, const FilePresenter* excluding) {
-  for (const auto& presenter : all()) {
-    if (presenter.get() == excluding) {
-      continue;
-    }
-    const auto presented = presentedPath(*presenter);
-    if (!presented) {
-      continue;
-    }
-    if (*presented == path) {
+  for (const auto& [presenter, presented] : presentedPaths(excluding)) {
+    if (presented == path) {
       deliver(presenter, [](FilePresenter& p) { p.presentedItemDidChange(); });
-    } else if (isSameOrInside(path, *presented)) {
+    } else if (isSameOrInside(path, presented)) {
       const URL changed = URL::fileURLWithPath(path, false);
       deliver(presenter, [changed](FilePresenter& p) { p.presentedSubitemDidChangeAtURL(changed); });
     }
@@ -97,22 +104,17 @@ void PresenterRegistry::itemChanged(const std::string& path, const FilePresenter
 }
 
 void PresenterRegistry::itemMoved(const std::string& from, const std::string& to, const FilePresenter* excluding) {
-  for (const auto& presenter : all()) {
-    if (presenter.get() == excluding) {
+  for (const auto& [presenter, presented] : presentedPaths(excluding)) {
+    if (!isSameOrInside(presented, from)) {
       continue;
     }
-    const auto presented = presentedPath(*presenter);
-    if (!presented || !isSameOrInside(*presented, from)) {
-      continue;
-    }
-    const std::string newPath = to + presented->substr(from.size());
+    const std::string newPath = to + presented.substr(from.size());
     const URL newURL = URL::fileURLWithPath(newPath, presenter->presentedItemURL().hasDirectoryPath());
     deliver(presenter, [newURL](FilePresenter& p) { p.presentedItemDidMoveToURL(newURL); });
   }
 }
 
-void PresenterRegistry::itemDeleted(const std::string& path, const FilePresenter* excluding,
-                                    bool waitForPresenters) {
+void PresenterRegistry::itemDeleted(const std::string& path, const FilePresenter* excluding, bool waitForPresenters) {
   struct Waiter {
     std::mutex mutex;
     std::condition_variable done;
@@ -133,33 +135,20 @@ void PresenterRegistry::itemDeleted(const std::string& path, const FilePresenter
     finished();
   };
   const URL deleted = URL::fileURLWithPath(path, false);
-  for (const auto& presenter : all()) {
-    if (presenter.get() == excluding) {
+  for (const auto& [presenter, presented] : presentedPaths(excluding)) {
+    std::function<void(FilePresenter&)> notice;
+    if (isSameOrInside(presented, path)) {
+      notice = [handler](FilePresenter& p) { p.accommodatePresentedItemDeletionWithCompletionHandler(handler); };
+    } else if (isSameOrInside(path, presented)) {
+      notice = [handler, deleted](FilePresenter& p) { p.accommodatePresentedSubitemDeletionAtURL(deleted, handler); };
+    } else {
       continue;
     }
-    const auto presented = presentedPath(*presenter);
-    if (!presented) {
-      continue;
+    {
+      std::lock_guard lock(waiter->mutex);
+      ++waiter->pending;
     }
-    if (isSameOrInside(*presented, path)) {
-      {
-        std::lock_guard lock(waiter->mutex);
-        ++waiter->pending;
-      }
-      deliver(
-          presenter,
-          [handler](FilePresenter& p) { p.accommodatePresentedItemDeletionWithCompletionHandler(handler); },
-          finished);
-    } else if (isSameOrInside(path, *presented)) {
-      {
-        std::lock_guard lock(waiter->mutex);
-        ++waiter->pending;
-      }
-      deliver(
-          presenter,
-          [handler, deleted](FilePresenter& p) { p.accommodatePresentedSubitemDeletionAtURL(deleted, handler); },
-          finished);
-    }
+    deliver(presenter, std::move(notice), finished);
   }
   if (!waitForPresenters) {
     return;

@@ -57,6 +57,12 @@ class PresenterRegistry {
     std::weak_ptr<platform::FilePresenter> presenter;
     const platform::FilePresenter* identity;
   };
+  struct Presented {
+    std::shared_ptr<platform::FilePresenter> presenter;
+    std::string path;
+  };
+  // The registered presenters but `excluding`, with what they present.
+  std::vector<Presented> presentedPaths(const platform::FilePresenter* excluding);
   void deliver(const std::shared_ptr<platform::FilePresenter>& presenter,
                std::function<void(platform::FilePresenter&)> notice, std::function<void()> ifGone = {});
 

@@ -5,8 +5,12 @@
 #include <cstring>
 #include <vector>
 
+// clang-format off
 // libjpeg's header needs FILE and size_t declared first.
+#include <cstddef>
+#include <cstdio>
 #include <jpeglib.h>
+// clang-format on
 
 namespace velune::host {
 
@@ -21,8 +25,8 @@ using SurfacePointer = std::unique_ptr<cairo_surface_t, SurfaceDeleter>;
 
 bool hasSignature(FILE* file, const unsigned char* signature, size_t length) {
   std::vector<unsigned char> head(length);
-  const bool matches = std::fread(head.data(), 1, length, file) == length &&
-                       std::memcmp(head.data(), signature, length) == 0;
+  const bool matches =
+      std::fread(head.data(), 1, length, file) == length && std::memcmp(head.data(), signature, length) == 0;
   std::rewind(file);
   return matches;
 }
@@ -36,7 +40,8 @@ bool pngSizeIsReasonable(FILE* file) {
     return false;
   }
   auto big = [&](int at) {
-    return (static_cast<unsigned long long>(header[at]) << 24) | (static_cast<unsigned long long>(header[at + 1]) << 16) |
+    return (static_cast<unsigned long long>(header[at]) << 24) |
+           (static_cast<unsigned long long>(header[at + 1]) << 16) |
            (static_cast<unsigned long long>(header[at + 2]) << 8) | static_cast<unsigned long long>(header[at + 3]);
   };
   const unsigned long long width = big(16);
@@ -109,16 +114,16 @@ cairo_surface_t* decodeJPEGInto(FILE* file, int edge) {
   cairo_surface_flush(surface);
   unsigned char* pixels = cairo_image_surface_get_data(surface);
   const int stride = cairo_image_surface_get_stride(surface);
-  JSAMPARRAY row = (*info.mem->alloc_sarray)(reinterpret_cast<j_common_ptr>(&info), JPOOL_IMAGE,
-                                             info.output_width * 3, 1);
+  JSAMPARRAY row =
+      (*info.mem->alloc_sarray)(reinterpret_cast<j_common_ptr>(&info), JPOOL_IMAGE, info.output_width * 3, 1);
   while (info.output_scanline < info.output_height) {
     const int y = static_cast<int>(info.output_scanline);
     jpeg_read_scanlines(&info, row, 1);
     auto* out = reinterpret_cast<std::uint32_t*>(pixels + static_cast<ptrdiff_t>(y) * stride);
     for (int x = 0; x < width; ++x) {
       const unsigned char* rgb = row[0] + x * 3;
-      out[x] = 0xFF000000U | (static_cast<std::uint32_t>(rgb[0]) << 16) | (static_cast<std::uint32_t>(rgb[1]) << 8) |
-               rgb[2];
+      out[x] =
+          0xFF000000U | (static_cast<std::uint32_t>(rgb[0]) << 16) | (static_cast<std::uint32_t>(rgb[1]) << 8) | rgb[2];
     }
   }
   cairo_surface_mark_dirty(surface);

@@ -4,6 +4,9 @@
 //
 //   velunedriveapp [--home DIR] [--system-log automatic|journal|syslog|file]
 //                  [--reachability simulated|netlink] [-Key value ...]
+//   velunedriveapp --make-demo-home DIR
+
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstring>
@@ -15,6 +18,7 @@
 #include "host/HostPlatform.h"
 #include "host/JsonPreferencesStore.h"
 #include "host/LinuxApplicationHost.h"
+#include "host/drive/DemoHome.h"
 
 namespace {
 
@@ -28,7 +32,9 @@ void printUsage(FILE* to) {
       "                    in the home)\n"
       "  --reachability R  simulated (default: the network setting of device.json) or netlink (this\n"
       "                    machine's own routes)\n"
-      "  -Key value        overrides a preference for this run, e.g. -DRLogLevel 7\n",
+      "  -Key value        overrides a preference for this run, e.g. -DRLogLevel 7\n"
+      "  --make-demo-home DIR  makes a demo home in DIR (a new or empty folder) and exits;\n"
+      "                    a --home that does not exist yet gets the demo contents too\n",
       to);
 }
 
@@ -44,6 +50,20 @@ int main(int argc, char** argv) {
     const std::string_view arg = argv[i];
     if (arg == "--help" || arg == "-h") {
       printUsage(stdout);
+      return 0;
+    }
+    if (arg == "--make-demo-home") {
+      if (i + 1 >= argc) {
+        std::fprintf(stderr, "velunedriveapp: %s needs a folder\n", argv[i]);
+        printUsage(stderr);
+        return kUsageError;
+      }
+      if (auto error = velune::host::DemoHome::make(argv[i + 1])) {
+        std::fprintf(stderr, "velunedriveapp: cannot make a demo home in %s: %s\n", argv[i + 1],
+                     error->localizedDescription().value_or(error->description()).c_str());
+        return 73;  // EX_CANTCREAT
+      }
+      std::printf("velunedriveapp: made a demo home in %s\n", argv[i + 1]);
       return 0;
     }
     if (arg == "--reachability") {
@@ -94,10 +114,19 @@ int main(int argc, char** argv) {
   options.argumentDomain = velune::host::JsonPreferencesStore::argumentDomain(argc, argv);
 
   const velune::host::HomeLayout layout(options.home);
+  struct stat homeInfo {};
+  const bool newHome = ::stat(options.home.c_str(), &homeInfo) != 0;
   if (auto error = layout.ensureSkeleton()) {
     std::fprintf(stderr, "velunedriveapp: cannot use the home %s: %s\n", options.home.c_str(),
                  error->localizedDescription().value_or(error->description()).c_str());
     return 73;  // EX_CANTCREAT
+  }
+  // A home made now gets the demo drive, so that a first run has something to show.
+  if (newHome) {
+    if (auto error = velune::host::DemoHome::populate(layout)) {
+      std::fprintf(stderr, "velunedriveapp: the demo drive of %s is incomplete: %s\n", options.home.c_str(),
+                   error->localizedDescription().value_or(error->description()).c_str());
+    }
   }
   velune::platform::Platform::install(velune::host::HostPlatform::makeServices(options));
   return velune::main(argc, argv);

@@ -1,6 +1,6 @@
-#include "host/drive/BuiltinTypeRegistry.h"
-
 #include <gtest/gtest.h>
+
+#include "host/drive/BuiltinTypeRegistry.h"
 
 namespace velune::host {
 namespace {

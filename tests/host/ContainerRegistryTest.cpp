@@ -1,8 +1,7 @@
-#include "host/drive/ContainerRegistry.h"
-
 #include <gtest/gtest.h>
 
 #include "diag/DRLogging.h"
+#include "host/drive/ContainerRegistry.h"
 #include "host/drive/HostSyncContainerService.h"
 #include "platform/SyncContainer.h"
 #include "tests/support/DriveTestHome.h"

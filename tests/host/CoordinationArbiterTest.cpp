@@ -1,9 +1,9 @@
-#include "host/drive/CoordinationArbiter.h"
-
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <thread>
+
+#include "host/drive/CoordinationArbiter.h"
 
 namespace velune::host {
 namespace {

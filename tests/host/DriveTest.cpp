@@ -1,5 +1,3 @@
-#include "host/drive/Drive.h"
-
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -8,6 +6,7 @@
 #include <atomic>
 #include <thread>
 
+#include "host/drive/Drive.h"
 #include "host/drive/DrivePaths.h"
 #include "tests/support/DriveTestHome.h"
 
@@ -154,7 +153,9 @@ TEST_F(DriveTest, ACloudOnlyDocumentAndAFileNeverTakeOneName) {
     Drive::CloudDocument document;
     document.contents = "cloud";
     race([&] { moveError = home_.drive().moveItem(source, destination); },
-         [&] { addError = otherProcess.cloudAdd(std::string(testing::kDefaultContainer) + "/Documents/" + name, document); });
+         [&] {
+           addError = otherProcess.cloudAdd(std::string(testing::kDefaultContainer) + "/Documents/" + name, document);
+         });
     ASSERT_FALSE(!moveError && !addError) << i;
     const bool real = exists(destination);
     const bool placeholder = exists(placeholderPathFor(destination));

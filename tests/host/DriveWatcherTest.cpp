@@ -2,12 +2,11 @@
 // process, a shell, the sync engine of another device) reach presenters
 // through the file system's notices.
 
-#include "host/drive/DriveWatcher.h"
-
 #include <gtest/gtest.h>
 #include <stdio.h>
 #include <unistd.h>
 
+#include "host/drive/DriveWatcher.h"
 #include "host/drive/HostFileCoordinationService.h"
 #include "tests/host/RecordingPresenter.h"
 #include "tests/support/DriveTestHome.h"

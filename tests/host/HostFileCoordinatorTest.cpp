@@ -1,5 +1,3 @@
-#include "host/drive/HostFileCoordinator.h"
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -8,6 +6,7 @@
 #include <thread>
 
 #include "host/drive/HostFileCoordinationService.h"
+#include "host/drive/HostFileCoordinator.h"
 #include "platform/FileCoordinator.h"
 #include "tests/host/RecordingPresenter.h"
 #include "tests/support/DriveTestHome.h"
@@ -85,7 +84,8 @@ TEST_F(HostFileCoordinatorTest, ACancelledCoordinatorRefusesWithoutCallingTheAcc
   auto error = coordinator->coordinateReadingItemAtURL(url, 0, [&](const URL&) { called = true; });
   ASSERT_TRUE(error);
   EXPECT_EQ(error->code(), ErrorCode::UserCancelled);
-  error = coordinator->coordinateWritingItemAtURL(url, platform::kWritingForDeleting, [&](const URL&) { called = true; });
+  error =
+      coordinator->coordinateWritingItemAtURL(url, platform::kWritingForDeleting, [&](const URL&) { called = true; });
   ASSERT_TRUE(error);
   error = coordinator->coordinateWritingItemAtURL(url, platform::kWritingForMoving, url, platform::kWritingForReplacing,
                                                   [&](const URL&, const URL&) { called = true; });
@@ -94,7 +94,8 @@ TEST_F(HostFileCoordinatorTest, ACancelledCoordinatorRefusesWithoutCallingTheAcc
   // Not a file URL: refused too.
   auto web = URL::URLWithString("https://example.com/a");
   ASSERT_TRUE(web);
-  EXPECT_TRUE(coordination().makeCoordinator()->coordinateReadingItemAtURL(*web, 0, [&](const URL&) { called = true; }));
+  EXPECT_TRUE(
+      coordination().makeCoordinator()->coordinateReadingItemAtURL(*web, 0, [&](const URL&) { called = true; }));
   EXPECT_FALSE(called);
 }
 
@@ -110,12 +111,12 @@ TEST_F(HostFileCoordinatorTest, ReadersOfADescendantWaitForTheWriterOfItsFolder)
   Gate writing;
   Gate release;
   std::thread writer([&] {
-    coordination().makeCoordinator()->coordinateWritingItemAtURL(
-        URL::fileURLWithPath(folder, true), platform::kWritingForReplacing, [&](const URL&) {
-          writing.open();
-          release.wait();
-          note("writer");
-        });
+    coordination().makeCoordinator()->coordinateWritingItemAtURL(URL::fileURLWithPath(folder, true),
+                                                                 platform::kWritingForReplacing, [&](const URL&) {
+                                                                   writing.open();
+                                                                   release.wait();
+                                                                   note("writer");
+                                                                 });
   });
   ASSERT_TRUE(writing.wait());
   std::thread reader([&] {
@@ -148,7 +149,8 @@ TEST_F(HostFileCoordinatorTest, CancelEndsAWaitingRead) {
   auto reading = coordination().makeCoordinator();
   std::optional<platform::Error> result;
   bool called = false;
-  std::thread reader([&] { result = reading->coordinateReadingItemAtURL(file, 0, [&](const URL&) { called = true; }); });
+  std::thread reader(
+      [&] { result = reading->coordinateReadingItemAtURL(file, 0, [&](const URL&) { called = true; }); });
   ASSERT_TRUE(waitForClaims(2));
   reading->cancel();
   reader.join();
@@ -162,7 +164,8 @@ TEST_F(HostFileCoordinatorTest, CancelEndsAWaitingRead) {
 // A materializer that blocks until told, or until the read is cancelled.
 class BlockingMaterializer final : public PlaceholderMaterializer {
  public:
-  std::optional<platform::Error> materialize(const std::string& logicalPath, const CancellationFlag& cancelled) override {
+  std::optional<platform::Error> materialize(const std::string& logicalPath,
+                                             const CancellationFlag& cancelled) override {
     {
       std::lock_guard lock(mutex_);
       asked_ = logicalPath;
@@ -222,9 +225,8 @@ TEST_F(HostFileCoordinatorTest, ResolvingSymbolicLinksHandsTheTargetToTheAccesso
   const std::string link = home_.documents() + "/link.txt";
   ASSERT_EQ(::symlink(target.c_str(), link.c_str()), 0);
   URL seen;
-  coordination().makeCoordinator()->coordinateReadingItemAtURL(URL::fileURLWithPath(link, false),
-                                                               platform::kReadingResolvesSymbolicLink,
-                                                               [&](const URL& url) { seen = url; });
+  coordination().makeCoordinator()->coordinateReadingItemAtURL(
+      URL::fileURLWithPath(link, false), platform::kReadingResolvesSymbolicLink, [&](const URL& url) { seen = url; });
   EXPECT_EQ(seen.path(), target);
   coordination().makeCoordinator()->coordinateReadingItemAtURL(URL::fileURLWithPath(link, false), 0,
                                                                [&](const URL& url) { seen = url; });
@@ -238,11 +240,11 @@ TEST_F(HostFileCoordinatorTest, PresentersHearOfMovesOnceAndOnTheirOwnQueue) {
   auto coordinator = coordination().makeCoordinator();
   const URL from = URL::fileURLWithPath(file, false);
   const URL to = URL::fileURLWithPath(folder + "/Moving.txt", false);
-  ASSERT_FALSE(coordinator->coordinateWritingItemAtURL(
-      from, platform::kWritingForMoving, to, platform::kWritingForReplacing, [&](const URL& a, const URL& b) {
-        coordinator->itemAtURLWillMoveToURL(a, b);
-        ASSERT_EQ(::rename(a.path().c_str(), b.path().c_str()), 0);
-      }));
+  ASSERT_FALSE(coordinator->coordinateWritingItemAtURL(from, platform::kWritingForMoving, to,
+                                                       platform::kWritingForReplacing, [&](const URL& a, const URL& b) {
+                                                         coordinator->itemAtURLWillMoveToURL(a, b);
+                                                         ASSERT_EQ(::rename(a.path().c_str(), b.path().c_str()), 0);
+                                                       }));
   ASSERT_TRUE(presenter->waitFor("moved to " + folder + "/Moving.txt"));
   settle({presenter});
   // The file system's own notice of the rename is not told a second time.
@@ -251,8 +253,9 @@ TEST_F(HostFileCoordinatorTest, PresentersHearOfMovesOnceAndOnTheirOwnQueue) {
 
   // An announced move that did not happen is not told.
   presenter->clear();
-  coordinator->coordinateWritingItemAtURL(to, platform::kWritingForMoving, from, platform::kWritingForReplacing,
-                                          [&](const URL& a, const URL& b) { coordinator->itemAtURLWillMoveToURL(a, b); });
+  coordinator->coordinateWritingItemAtURL(
+      to, platform::kWritingForMoving, from, platform::kWritingForReplacing,
+      [&](const URL& a, const URL& b) { coordinator->itemAtURLWillMoveToURL(a, b); });
   settle({presenter});
   EXPECT_TRUE(presenter->notices().empty());
 }
@@ -282,7 +285,8 @@ TEST_F(HostFileCoordinatorTest, WritersOwnPresenterIsNotToldOthersAre) {
   auto folder = present(URL::fileURLWithPath(home_.documents(), true));
   auto coordinator = coordination().makeCoordinator(own);
   EXPECT_EQ(coordinator->filePresenter(), own);
-  ASSERT_FALSE(coordinator->coordinateWritingItemAtURL(URL::fileURLWithPath(file, false), platform::kWritingForReplacing,
+  ASSERT_FALSE(coordinator->coordinateWritingItemAtURL(URL::fileURLWithPath(file, false),
+                                                       platform::kWritingForReplacing,
                                                        [&](const URL& url) { overwrite(url.path(), "new"); }));
   ASSERT_TRUE(other->waitFor("changed"));
   settle({own, other, folder});

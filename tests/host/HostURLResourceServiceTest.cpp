@@ -1,13 +1,17 @@
-#include "host/drive/HostURLResourceService.h"
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <vector>
 
+#include "host/drive/HostURLResourceService.h"
+
+// clang-format off
 // libjpeg's header needs FILE and size_t first.
+#include <cstddef>
+#include <cstdio>
 #include <jpeglib.h>
+// clang-format on
 
 #include "host/drive/ThumbnailMaker.h"
 #include "platform/ResourceKeys.h"
@@ -55,10 +59,11 @@ class HostURLResourceServiceTest : public ::testing::Test {
     return values.ok() ? values.value() : Value::Dictionary{};
   }
   static std::vector<std::string> allKeys() {
-    return {keys::Name, keys::LocalizedName, keys::TypeIdentifier, keys::LocalizedTypeDescription, keys::FileSize,
-            keys::CreationDate, keys::ContentModificationDate, keys::IsDirectory, keys::IsPackage,
-            keys::HasHiddenExtension, keys::ParentDirectoryURL, keys::IsShared, keys::SharedItemRole,
-            keys::DownloadingStatus};
+    return {
+        keys::Name,           keys::LocalizedName,      keys::TypeIdentifier,          keys::LocalizedTypeDescription,
+        keys::FileSize,       keys::CreationDate,       keys::ContentModificationDate, keys::IsDirectory,
+        keys::IsPackage,      keys::HasHiddenExtension, keys::ParentDirectoryURL,      keys::IsShared,
+        keys::SharedItemRole, keys::DownloadingStatus};
   }
 
   DriveTestHome home_;
@@ -103,8 +108,8 @@ TEST_F(HostURLResourceServiceTest, PlaceholdersByLogicalOrPhysicalURL) {
   metadata.type = "public.mpeg-4";
   metadata.modified = platform::Date::fromSecondsSince1970(1700000000);
   const std::string film = home_.writeCloudOnly(home_.documents() + "/Film.mov", "bytes", metadata);
-  for (const URL& url : {home_.url(film), URL::fileURLWithPath(film, false),
-                         URL::fileURLWithPath(placeholderPathFor(film), false)}) {
+  for (const URL& url :
+       {home_.url(film), URL::fileURLWithPath(film, false), URL::fileURLWithPath(placeholderPathFor(film), false)}) {
     auto values = promised(url);
     EXPECT_EQ(values[keys::Name], Value("Film.mov")) << url.description();
     EXPECT_EQ(values[keys::TypeIdentifier], Value("public.mpeg-4"));
@@ -119,7 +124,8 @@ TEST_F(HostURLResourceServiceTest, PlaceholdersByLogicalOrPhysicalURL) {
   EXPECT_EQ(plain.error().code(), ErrorCode::FileNoSuchFile);
 
   std::optional<platform::Error> why;
-  EXPECT_FALSE(resources().checkPromisedItemIsReachable(URL::fileURLWithPath(home_.documents() + "/No.txt", false), &why));
+  EXPECT_FALSE(
+      resources().checkPromisedItemIsReachable(URL::fileURLWithPath(home_.documents() + "/No.txt", false), &why));
   ASSERT_TRUE(why);
   EXPECT_EQ(why->code(), ErrorCode::FileNoSuchFile);
 

@@ -1,6 +1,6 @@
-#include "host/drive/PlaceholderMetadata.h"
-
 #include <gtest/gtest.h>
+
+#include "host/drive/PlaceholderMetadata.h"
 
 namespace velune::host {
 namespace {

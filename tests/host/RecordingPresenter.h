@@ -57,9 +57,8 @@ class RecordingPresenter final : public platform::FilePresenter {
   // Waits until `notice` has arrived (at most 10 seconds of real time).
   bool waitFor(const std::string& notice) {
     std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::seconds(10), [&] {
-      return std::find(notices_.begin(), notices_.end(), notice) != notices_.end();
-    });
+    return changed_.wait_for(lock, std::chrono::seconds(10),
+                             [&] { return std::find(notices_.begin(), notices_.end(), notice) != notices_.end(); });
   }
   // Runs every notice that was queued so far.
   void drain() { queue_->waitUntilAllOperationsAreFinished(); }

@@ -1,5 +1,3 @@
-#include "model/DRItem.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -7,6 +5,7 @@
 
 #include "diag/DRLogging.h"
 #include "host/drive/ItemAttributes.h"
+#include "model/DRItem.h"
 #include "platform/FileCoordinationService.h"
 #include "platform/FileCoordinator.h"
 #include "platform/ui/Image.h"
@@ -148,7 +147,8 @@ TEST_F(DRItemTest, InitWithURL_FoldersAndPackages) {
   EXPECT_FALSE(folder->canPreview());
 
   // A folder that is shown and handled as one document.
-  auto package = DRItem::initWithURL(URL::fileURLWithPath(home_.documents(testing::kLumiboardContainer) + "/Mood.board", true));
+  auto package =
+      DRItem::initWithURL(URL::fileURLWithPath(home_.documents(testing::kLumiboardContainer) + "/Mood.board", true));
   ASSERT_TRUE(package);
   EXPECT_TRUE(package->isPackage());
   EXPECT_FALSE(package->isDirectory());
@@ -310,7 +310,8 @@ TEST_F(DRItemTest, InitWithURL_ContainersAreNamedByTheirContainerAndNeverRenamea
   }
   // A folder inside a container is an ordinary folder.
   home_.makeFolder(home_.documents(testing::kDrillrunContainer) + "/Documents");
-  auto inner = DRItem::initWithURL(URL::fileURLWithPath(home_.documents(testing::kDrillrunContainer) + "/Documents", true));
+  auto inner =
+      DRItem::initWithURL(URL::fileURLWithPath(home_.documents(testing::kDrillrunContainer) + "/Documents", true));
   ASSERT_TRUE(inner);
   EXPECT_FALSE(inner->isContainer());
   EXPECT_TRUE(inner->renameable());
@@ -333,8 +334,8 @@ TEST_F(DRItemTest, InitWithURL_SharedDocumentsOfParticipantsAreNotRenameable) {
 TEST_F(DRItemTest, InitWithURL_FailuresGiveNoRecordAndAreLogged) {
   const std::string missing = home_.documents() + "/Missing.txt";
   EXPECT_FALSE(DRItem::initWithURL(URL::fileURLWithPath(missing, false)));
-  EXPECT_TRUE(testing::loggedAt(kLogErr, "Failed to cache values for URL " +
-                                                 URL::fileURLWithPath(missing, false).absoluteString()));
+  EXPECT_TRUE(testing::loggedAt(
+      kLogErr, "Failed to cache values for URL " + URL::fileURLWithPath(missing, false).absoluteString()));
 
   // A placeholder that is not JSON: the promised values fail, the plain ones too.
   const std::string corrupt = home_.documents() + "/Corrupt.pdf";

@@ -112,7 +112,8 @@ TEST_F(FileUtilsOperationsTest, Mkdir_RefusesPathsThatLeaveTheDrive) {
   const std::string loop = home_.documents() + "/Loop";
   ASSERT_EQ(::symlink(loop.c_str(), loop.c_str()), 0);
 
-  for (const std::string& path : std::vector<std::string>{link + "/Escaped", home_.documents() + "/../../../../Escaped", loop + "/Inside"}) {
+  for (const std::string& path :
+       std::vector<std::string>{link + "/Escaped", home_.documents() + "/../../../../Escaped", loop + "/Inside"}) {
     auto error = FileUtils::mkdir(folderURL(path));
     EXPECT_TRUE(error) << path;
   }
@@ -194,7 +195,8 @@ TEST_F(FileUtilsOperationsTest, Move_ToATakenNameGoesToTheFirstFreeVariant) {
   EXPECT_EQ(DriveTestHome::read(folder + "/Report 2.pdf"), "second");
   EXPECT_EQ(DriveTestHome::read(home_.cloudPathOf(folder + "/Report 3.pdf")), "moved");
   EXPECT_FALSE(exists(report));
-  EXPECT_TRUE(testing::loggedAt(kLogDebug, "Avail  dest1: '" + fileURL(folder + "/Report 3.pdf").absoluteString() + "'"));
+  EXPECT_TRUE(
+      testing::loggedAt(kLogDebug, "Avail  dest1: '" + fileURL(folder + "/Report 3.pdf").absoluteString() + "'"));
   EXPECT_TRUE(testing::loggedAt(kLogInfo, "Move successful"));
 
   EXPECT_FALSE(FileUtils::move(fileURL(notes), fileURL(folder + "/Notes")));
@@ -262,8 +264,9 @@ TEST_F(FileUtilsOperationsTest, Move_NamesInEveryUnicodeShape) {
   EXPECT_EQ(DriveTestHome::read(folder + "/" + decomposed), "already here");
   EXPECT_EQ(DriveTestHome::read(folder + "/Caf\u00E9 2.txt"), "composed");
 
-  for (const std::string& name : std::vector<std::string>{"Notes \U0001F4DD.txt", "\u0645\u0644\u0627\u062D\u0638\u0627\u062A.txt",
-                                 "\u05E9\u05DC\u05D5\u05DD world.md", "\u65E5\u672C\u8A9E.txt"}) {
+  for (const std::string& name :
+       std::vector<std::string>{"Notes \U0001F4DD.txt", "\u0645\u0644\u0627\u062D\u0638\u0627\u062A.txt",
+                                "\u05E9\u05DC\u05D5\u05DD world.md", "\u65E5\u672C\u8A9E.txt"}) {
     const std::string from = home_.writeDocument(home_.documents() + "/" + name, name);
     EXPECT_FALSE(FileUtils::move(fileURL(from), fileURL(folder + "/" + name))) << name;
     EXPECT_EQ(DriveTestHome::read(folder + "/" + name), name);
@@ -276,8 +279,9 @@ TEST_F(FileUtilsOperationsTest, Move_RefusesDestinationsOutsideTheDrive) {
   const std::string file = home_.writeDocument(home_.documents() + "/Stay.txt", "stay");
   const std::string link = home_.documents() + "/Out";
   ASSERT_EQ(::symlink(outside.path().c_str(), link.c_str()), 0);
-  for (const std::string& destination : std::vector<std::string>{link + "/Stay.txt", home_.documents() + "/../../../Stay.txt",
-                                         home_.root() + "/Stay.txt", outside.path() + "/Stay.txt"}) {
+  for (const std::string& destination :
+       std::vector<std::string>{link + "/Stay.txt", home_.documents() + "/../../../Stay.txt",
+                                home_.root() + "/Stay.txt", outside.path() + "/Stay.txt"}) {
     auto error = FileUtils::move(fileURL(file), fileURL(destination));
     ASSERT_TRUE(error) << destination;
     EXPECT_EQ(error->code(), ErrorCode::FileWriteNoPermission) << destination;
@@ -337,17 +341,18 @@ TEST_F(FileUtilsOperationsTest, EvictDocument_LeavesTheDocumentOnlyInTheCloud) {
 }
 
 TEST_F(FileUtilsOperationsTest, IsValidFilename_TheOneRule) {
-  for (const std::string& name : std::vector<std::string>{"Report.pdf", "a", "archive.tar.gz", "Caf\u00E9", "Cafe\u0301", "Notes \U0001F4DD",
-                                 "\u0645\u0644\u0627\u062D\u0638\u0627\u062A", "trailing.", "sp ace", "x\uE000y",
-                                 "emoji\uFE0F", std::string(300, 'n')}) {
+  for (const std::string& name :
+       std::vector<std::string>{"Report.pdf", "a", "archive.tar.gz", "Caf\u00E9", "Cafe\u0301", "Notes \U0001F4DD",
+                                "\u0645\u0644\u0627\u062D\u0638\u0627\u062A", "trailing.", "sp ace", "x\uE000y",
+                                "emoji\uFE0F", std::string(300, 'n')}) {
     EXPECT_TRUE(FileUtils::isValidFilename(name)) << name;
   }
-  for (const std::string& name : std::vector<std::string>{std::string(), std::string(".hidden"), std::string("a/b"), std::string("a:b"),
-                                 std::string("tab\there"), std::string("line\nbreak"), std::string("cr\rhere"),
-                                 std::string("nel\u0085"), std::string("ls\u2028"), std::string("ps\u2029"),
-                                 std::string("unassigned\u0378"), std::string("non\uFFFE"), std::string("non\uFDD0"),
-                                 std::string("zwj\u200D"), std::string("rlm\u200F"), std::string("bom\uFEFF"),
-                                 std::string("nul\0x", 5), std::string("bad\xFF\xFE"), std::string("over\xC0\xAF")}) {
+  for (const std::string& name : std::vector<std::string>{
+           std::string(), std::string(".hidden"), std::string("a/b"), std::string("a:b"), std::string("tab\there"),
+           std::string("line\nbreak"), std::string("cr\rhere"), std::string("nel\u0085"), std::string("ls\u2028"),
+           std::string("ps\u2029"), std::string("unassigned\u0378"), std::string("non\uFFFE"), std::string("non\uFDD0"),
+           std::string("zwj\u200D"), std::string("rlm\u200F"), std::string("bom\uFEFF"), std::string("nul\0x", 5),
+           std::string("bad\xFF\xFE"), std::string("over\xC0\xAF")}) {
     EXPECT_FALSE(FileUtils::isValidFilename(name)) << name;
   }
 }

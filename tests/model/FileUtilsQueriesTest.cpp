@@ -89,7 +89,8 @@ TEST_F(FileUtilsQueriesTest, DisplayableLocation_ShowsTheFoldersAboveTheItem) {
 
   EXPECT_EQ(FileUtils::displayableLocationForURL(fileURL(deep)),
             std::string("Velune Drive") + kSeparator + "Drillrun" + kSeparator + "Drills" + kSeparator + "Advanced");
-  EXPECT_EQ(FileUtils::displayableLocationForURL(fileURL(topOfApp)), std::string("Velune Drive") + kSeparator + "Drillrun");
+  EXPECT_EQ(FileUtils::displayableLocationForURL(fileURL(topOfApp)),
+            std::string("Velune Drive") + kSeparator + "Drillrun");
   EXPECT_EQ(FileUtils::displayableLocationForURL(URL::fileURLWithPath(drills, true)),
             std::string("Velune Drive") + kSeparator + "Drillrun");
   EXPECT_EQ(FileUtils::displayableLocationForURL(fileURL(topOfDrive)), "Velune Drive");
@@ -110,7 +111,8 @@ TEST_F(FileUtilsQueriesTest, IsValidExtensionForContainer_FollowsTheDeclaredType
      "documentTypes": [{"name": "M", "contentTypes": [5, "public.image"]}]},
     {"identifier": "com.vorlan.Ghost", "name": "Ghost", "documentTypes": [{"name": "G", "contentTypes": ["public.data"]}]}
   ]})"));
-  for (const char* container : {"com.vorlan.Everything", "com.vorlan.Untyped", "com.vorlan.Broken", "com.vorlan.Mixed"}) {
+  for (const char* container :
+       {"com.vorlan.Everything", "com.vorlan.Untyped", "com.vorlan.Broken", "com.vorlan.Mixed"}) {
     home_.makeFolder(home_.documents(container));
   }
   home_.makeFolder(home_.root() + "/com.vorlan.Ghost");  // a container without its documents folder
@@ -147,8 +149,8 @@ TEST_F(FileUtilsQueriesTest, IsValidExtensionForContainer_FollowsTheDeclaredType
 TEST_F(FileUtilsQueriesTest, IsAudioVideoImageFile_LooksAtTheExtensionOnly) {
   const std::string textInDisguise = home_.writeDocument(home_.documents() + "/photo.PNG", "plain text inside");
   EXPECT_TRUE(FileUtils::isAudioVideoImageFile(fileURL(textInDisguise)));
-  EXPECT_TRUE(testing::loggedAt(kLogDebug,
-                                "isAudioVideoImageFile: Extension PNG is public.png which conforms to UTI public.image"));
+  EXPECT_TRUE(testing::loggedAt(
+      kLogDebug, "isAudioVideoImageFile: Extension PNG is public.png which conforms to UTI public.image"));
   EXPECT_TRUE(FileUtils::isAudioVideoImageFile(fileURL("/x/clip.mp4")));
   EXPECT_TRUE(FileUtils::isAudioVideoImageFile(fileURL("/x/song.m4a")));
   EXPECT_FALSE(FileUtils::isAudioVideoImageFile(fileURL("/x/paper.pdf")));

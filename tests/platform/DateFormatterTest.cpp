@@ -1,6 +1,6 @@
-#include "platform/DateFormatter.h"
-
 #include <gtest/gtest.h>
+
+#include "platform/DateFormatter.h"
 
 namespace velune::platform {
 namespace {

@@ -18,17 +18,16 @@ TEST(OperationQueueRelease, LastOwnerGoneInsideItsOwnOperation) {
   auto owner = std::make_shared<Owner>();
   std::mutex mutex;
   std::condition_variable changed;
-  bool ownerDropped = false;
+  bool ownerDropped = false;  // the test's own reference is gone: the operation holds the last one
   bool finished = false;
   OperationQueue* seenDuring = nullptr;
   OperationQueue* seenAfter = reinterpret_cast<OperationQueue*>(1);
-  owner->queue.addOperation([&mutex, &changed, &ownerDropped, &finished, &seenDuring, &seenAfter, held = owner]() mutable {
-    seenDuring = OperationQueue::current();
+  owner->queue.addOperation([&, held = owner]() mutable {
     {
-      // The test lets go of its own reference first, so that this one is the last.
       std::unique_lock lock(mutex);
-      changed.wait_for(lock, std::chrono::seconds(20), [&] { return ownerDropped; });
+      changed.wait(lock, [&] { return ownerDropped; });
     }
+    seenDuring = OperationQueue::current();
     held.reset();  // the last reference: the queue goes while its operation runs
     seenAfter = OperationQueue::current();
     std::lock_guard lock(mutex);

@@ -1,15 +1,15 @@
-#include "platform/Unicode.h"
-
 #include <gtest/gtest.h>
+
+#include "platform/Unicode.h"
 
 namespace velune::platform::unicode {
 namespace {
 
 TEST(Unicode, DecodeUTF8_RefusesMalformedBytes) {
   EXPECT_EQ(decodeUTF8("a\u00E9\U0001F4DD"), std::u32string(U"a\u00E9\U0001F4DD"));
-  for (const std::string& bad : std::vector<std::string>{std::string("\xC0\xAF"), std::string("\xE0\x80\xAF"), std::string("\xED\xA0\x80"),
-                                std::string("\xF4\x90\x80\x80"), std::string("\xE2\x82"), std::string("\x80"),
-                                std::string("\xFF")}) {
+  for (const std::string& bad : std::vector<std::string>{
+           std::string("\xC0\xAF"), std::string("\xE0\x80\xAF"), std::string("\xED\xA0\x80"),
+           std::string("\xF4\x90\x80\x80"), std::string("\xE2\x82"), std::string("\x80"), std::string("\xFF")}) {
     EXPECT_FALSE(decodeUTF8(bad)) << bad;
   }
   EXPECT_EQ(encodeUTF8(U"x\u00E9\U0001F4DD"), "x\u00E9\U0001F4DD");

@@ -19,6 +19,7 @@
 
 #include "host/FileIO.h"
 #include "host/HomeLayout.h"
+#include "host/drive/DemoHome.h"
 #include "host/drive/Drive.h"
 #include "host/drive/DrivePaths.h"
 #include "host/drive/DriveServices.h"
@@ -35,25 +36,13 @@ inline constexpr const char* kDrillrunContainer = "com.vorlan.Drillrun";
 inline constexpr const char* kLumiboardContainer = "com.vorlan.lumiboard";
 inline constexpr const char* kJotterContainer = "com.vorlan.Jotter";
 
-inline constexpr const char* kTestContainersJson = R"({"containers": [
-  {"identifier": "com.vorlan.drive", "name": "Velune Drive"},
-  {"identifier": "com.vorlan.Drillrun", "name": "Drillrun", "folderDepth": "any",
-   "documentTypes": [{"name": "Drill", "contentTypes": ["com.vorlan.drillrun.drill", "public.plain-text"]}]},
-  {"identifier": "com.vorlan.lumiboard", "name": "Lumiboard", "folderDepth": "one",
-   "documentTypes": [{"name": "Board", "contentTypes": ["com.vorlan.lumiboard.board"]},
-                     {"name": "Picture", "contentTypes": ["public.image"]}]},
-  {"identifier": "com.vorlan.Jotter", "name": "Jotter", "folderDepth": "none",
-   "documentTypes": [{"name": "Note", "contentTypes": ["public.text"]}]}
-]}
-)";
-
 class DriveTestHome {
  public:
   DriveTestHome() : layout_(temp_.path() + "/home") {
     if (auto error = layout_.ensureSkeleton()) {
       ADD_FAILURE() << error->description();
     }
-    writeRaw(layout_.containersJson(), kTestContainersJson);
+    writeRaw(layout_.containersJson(), host::DemoHome::containersJson());
     for (const char* container : {kDefaultContainer, kDrillrunContainer, kLumiboardContainer, kJotterContainer}) {
       host::makeDirectories(documents(container));
       host::makeDirectories(cloudDocuments(container));

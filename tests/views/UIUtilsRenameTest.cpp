@@ -43,7 +43,8 @@ TEST_F(UIUtilsRenameTest, InvalidNamesAreRefusedWith514AndChangeNothing) {
   EXPECT_EQ(error->domain(), platform::kPlatformErrorDomain);
   EXPECT_TRUE(error->userInfo().empty());
   EXPECT_TRUE(testing::loggedAt(kLogDebug, "Rename: empty, reverting"));
-  for (const std::string& name : std::vector<std::string>{".hidden", "a/b", "a:b", "tab\there", "two\nlines", "para\u2029"}) {
+  for (const std::string& name :
+       std::vector<std::string>{".hidden", "a/b", "a:b", "tab\there", "two\nlines", "para\u2029"}) {
     error = UIUtils::renameItemAtURL(fileURL(file), name);
     ASSERT_TRUE(error) << name;
     EXPECT_EQ(error->code(), ErrorCode::FileWriteInvalidFileName) << name;
@@ -75,7 +76,8 @@ TEST_F(UIUtilsRenameTest, RenameMovesToTheNewNameOrItsFirstFreeVariant) {
   // A cloud-only document is renamed without being downloaded.
   const std::string cloud = home_.writeCloudOnly(home_.documents() + "/Cloud.txt", "c");
   EXPECT_FALSE(UIUtils::renameItemAtURL(home_.url(cloud), "\u05E2\u05D1\u05E8\u05D9\u05EA"));
-  EXPECT_TRUE(DriveTestHome::exists(host::placeholderPathFor(home_.documents() + "/\u05E2\u05D1\u05E8\u05D9\u05EA.txt")));
+  EXPECT_TRUE(
+      DriveTestHome::exists(host::placeholderPathFor(home_.documents() + "/\u05E2\u05D1\u05E8\u05D9\u05EA.txt")));
 }
 
 TEST_F(UIUtilsRenameTest, RenamingAReferenceRenamesItsTarget) {
