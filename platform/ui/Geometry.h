@@ -10,12 +10,25 @@ struct Point {
   double x = 0;
   double y = 0;
   bool operator==(const Point&) const = default;
+  std::string description() const;
 };
 
 struct Size {
   double width = 0;
   double height = 0;
   bool operator==(const Size&) const = default;
+  std::string description() const;
+};
+
+// A view without an intrinsic size on an axis answers this for that axis.
+inline constexpr double kNoIntrinsicMetric = -1;
+
+struct EdgeInsets {
+  double top = 0;
+  double left = 0;
+  double bottom = 0;
+  double right = 0;
+  bool operator==(const EdgeInsets&) const = default;
 };
 
 struct Rect {
@@ -34,6 +47,9 @@ struct Rect {
   double width() const { return size.width; }
   double height() const { return size.height; }
   bool isEmpty() const { return size.width <= 0 || size.height <= 0; }
+  Point center() const { return Point{midX(), midY()}; }
+  bool contains(Point p) const { return p.x >= minX() && p.x < maxX() && p.y >= minY() && p.y < maxY(); }
+  Rect offsetBy(double dx, double dy) const { return Rect(origin.x + dx, origin.y + dy, size.width, size.height); }
   Rect insetBy(double dx, double dy) const {
     return Rect(origin.x + dx, origin.y + dy, std::max(0.0, size.width - 2 * dx), std::max(0.0, size.height - 2 * dy));
   }

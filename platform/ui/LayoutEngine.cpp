@@ -1,0 +1,523 @@
+#include "platform/ui/LayoutEngine.h"
+
+#include <cmath>
+#include <map>
+#include <optional>
+#include <set>
+#include <unordered_map>
+
+#include "platform/MainThread.h"
+#include "platform/ui/LayoutConstraint.h"
+#include "platform/ui/LinearSolver.h"
+#include "platform/ui/StackView.h"
+
+namespace velune::ui {
+
+namespace {
+
+using Term = LinearSolver::Term;
+using Relation = LinearSolver::Relation;
+
+std::vector<std::string>& conflicts() {
+  static std::vector<std::string> list;
+  return list;
+}
+
+double strengthOf(LayoutPriority priority) {
+  if (priority >= kLayoutPriorityRequired) {
+    return LinearSolver::kRequired;
+  }
+  return std::pow(10.0, static_cast<double>(std::max(priority, 1.0F)) / 125.0);
+}
+
+// A linear expression over the solver's variables.
+struct Expression {
+  std::vector<Term> terms;
+  double constant = 0;
+
+  Expression& add(const Expression& other, double factor) {
+    for (const auto& t : other.terms) {
+      terms.push_back(Term{t.variable, t.coefficient * factor});
+    }
+    constant += other.constant * factor;
+    return *this;
+  }
+};
+
+struct Box {
+  LinearSolver::Variable left;
+  LinearSolver::Variable top;
+  LinearSolver::Variable width;
+  LinearSolver::Variable height;
+};
+
+enum class Mode { Layout, Fitting };
+
+class Pass {
+ public:
+  Pass(View& root, Mode mode, Size target, LayoutPriority hFitting, LayoutPriority vFitting)
+      : root_(root), mode_(mode), target_(target), hFitting_(hFitting), vFitting_(vFitting) {
+    collect(root_);
+  }
+
+  // Solves with the given widths for wrapping text; returns the solution per view.
+  std::unordered_map<View*, Rect> solve(const std::unordered_map<View*, double>& wrapWidths,
+                                        std::vector<std::string>* broken) {
+    LinearSolver solver;
+    boxes_.clear();
+    for (View* view : views_) {
+      boxes_[view] = Box{solver.newVariable(), solver.newVariable(), solver.newVariable(), solver.newVariable()};
+    }
+    solver_ = &solver;
+    broken_ = broken;
+
+    for (View* view : views_) {
+      const Box& b = boxes_[view];
+      require({{{b.width, 1}}, 0}, Relation::GreaterOrEqual, "width >= 0");
+      require({{{b.height, 1}}, 0}, Relation::GreaterOrEqual, "height >= 0");
+    }
+    addRoot();
+    for (View* view : views_) {
+      if (view == &root_) {
+        continue;
+      }
+      if (view->translatesAutoresizingMaskIntoConstraints()) {
+        addAutoresizing(*view);
+      } else {
+        const auto width = wrapWidths.find(view);
+        addIntrinsic(*view, width == wrapWidths.end() ? kUnlimitedWidthHint : width->second);
+      }
+      if (auto* stack = dynamic_cast<StackView*>(view)) {
+        addStack(*stack);
+      }
+    }
+    if (auto* stack = dynamic_cast<StackView*>(&root_)) {
+      addStack(*stack);
+    }
+    for (const auto& constraint : constraints_) {
+      addConstraint(*constraint);
+    }
+
+    std::unordered_map<View*, Rect> solution;
+    for (View* view : views_) {
+      const Box& b = boxes_[view];
+      solution[view] = Rect(solver.value(b.left), solver.value(b.top), std::max(0.0, solver.value(b.width)),
+                            std::max(0.0, solver.value(b.height)));
+    }
+    solver_ = nullptr;
+    return solution;
+  }
+
+  const std::vector<View*>& views() const { return views_; }
+
+  static constexpr double kUnlimitedWidthHint = -1;
+
+ private:
+  // Only views that take part go to the solver: those placed by constraints,
+  // those that constraints or stack views refer to, and their ancestors.
+  // Frame-placed subtrees without any of that keep the frames their
+  // autoresizing masks give them.
+  bool collect(View& view) {
+    const size_t position = views_.size();
+    views_.push_back(&view);
+    bool involved = &view == &root_ || !view.translatesAutoresizingMaskIntoConstraints() || !view.constraints().empty();
+    if (auto* stack = dynamic_cast<StackView*>(&view); stack && !stack->arrangedSubviews().empty()) {
+      involved = true;
+    }
+    for (const auto& child : view.subviews()) {
+      involved = collect(*child) || involved;
+    }
+    if (!involved) {
+      views_.resize(position);  // drop this view and its subtree again
+      return false;
+    }
+    members_.insert(&view);
+    return true;
+  }
+
+ public:
+  void collectConstraints() {
+    std::set<const LayoutConstraint*> seen;
+    for (View* view : views_) {
+      for (const auto& constraint : view->constraints()) {
+        if (!constraint->isActive() || !seen.insert(constraint.get()).second) {
+          continue;
+        }
+        auto first = constraint->firstItem();
+        if (!first || members_.count(first.get()) == 0) {
+          continue;
+        }
+        if (constraint->hasSecondItem()) {
+          auto second = constraint->secondItem();
+          if (!second || members_.count(second.get()) == 0) {
+            continue;
+          }
+        }
+        constraints_.push_back(constraint);
+      }
+    }
+  }
+
+ private:
+  void add(const Expression& e, Relation relation, double strength, const std::string& what) {
+    if (solver_->addConstraint(e.terms, e.constant, relation, strength)) {
+      return;
+    }
+    if (strength >= LinearSolver::kRequired) {
+      // Keep the rule as strongly as possible without breaking the others.
+      if (broken_ != nullptr) {
+        broken_->push_back(what);
+      }
+      solver_->addConstraint(e.terms, e.constant, relation, strengthOf(999));
+    }
+  }
+  void require(const Expression& e, Relation relation, const std::string& what) {
+    add(e, relation, LinearSolver::kRequired, what);
+  }
+
+  Expression attribute(View& view, LayoutAttribute attribute) const {
+    const Box& b = boxes_.at(&view);
+    switch (attribute) {
+      case LayoutAttribute::Left:
+      case LayoutAttribute::Leading:
+        return {{{b.left, 1}}, 0};
+      case LayoutAttribute::Right:
+      case LayoutAttribute::Trailing:
+        return {{{b.left, 1}, {b.width, 1}}, 0};
+      case LayoutAttribute::Top:
+        return {{{b.top, 1}}, 0};
+      case LayoutAttribute::Bottom:
+        return {{{b.top, 1}, {b.height, 1}}, 0};
+      case LayoutAttribute::Width:
+        return {{{b.width, 1}}, 0};
+      case LayoutAttribute::Height:
+        return {{{b.height, 1}}, 0};
+      case LayoutAttribute::CenterX:
+        return {{{b.left, 1}, {b.width, 0.5}}, 0};
+      case LayoutAttribute::CenterY:
+        return {{{b.top, 1}, {b.height, 0.5}}, 0};
+      case LayoutAttribute::FirstBaseline:
+      case LayoutAttribute::LastBaseline: {
+        const double offset = view.baselineOffsetFromTop(attribute == LayoutAttribute::LastBaseline);
+        if (offset < 0) {
+          return {{{b.top, 1}, {b.height, 1}}, 0};
+        }
+        return {{{b.top, 1}}, offset};
+      }
+      case LayoutAttribute::NotAnAttribute:
+        break;
+    }
+    return {};
+  }
+
+  void addRoot() {
+    const Box& b = boxes_.at(&root_);
+    require({{{b.left, 1}}, 0}, Relation::Equal, "root left");
+    require({{{b.top, 1}}, 0}, Relation::Equal, "root top");
+    if (mode_ == Mode::Layout) {
+      require({{{b.width, 1}}, -root_.frame().width()}, Relation::Equal, "root width");
+      require({{{b.height, 1}}, -root_.frame().height()}, Relation::Equal, "root height");
+    } else {
+      add({{{b.width, 1}}, -target_.width}, Relation::Equal, strengthOf(hFitting_), "fitting width");
+      add({{{b.height, 1}}, -target_.height}, Relation::Equal, strengthOf(vFitting_), "fitting height");
+      if (!root_.translatesAutoresizingMaskIntoConstraints()) {
+        const Size ics = root_.intrinsicContentSize();
+        addIntrinsicAxis(b.width, ics.width, root_, Axis::Horizontal);
+        addIntrinsicAxis(b.height, ics.height, root_, Axis::Vertical);
+      }
+    }
+  }
+
+  // A frame-placed view follows its superview as its autoresizing mask says.
+  void addAutoresizing(View& view) {
+    auto parent = view.superview();
+    if (!parent || boxes_.count(parent.get()) == 0) {
+      return;
+    }
+    const Box& b = boxes_.at(&view);
+    const Box& p = boxes_.at(parent.get());
+    const Rect f = view.frame();
+    const Size ps = parent->frame().size;
+    const unsigned m = view.autoresizingMask();
+    auto axis = [&](LinearSolver::Variable pos, LinearSolver::Variable size, LinearSolver::Variable parentPos,
+                    LinearSolver::Variable parentSize, double origin, double length, double parentLength,
+                    bool flexBefore, bool flexSize, bool flexAfter) {
+      const double after = parentLength - origin - length;
+      // pos = parentPos + origin + share(before)·Δ ; size = length + share(size)·Δ, with
+      // Δ = parentSize − parentLength shared in proportion among the flexible parts.
+      double parts[3] = {flexBefore ? origin : 0, flexSize ? length : 0, flexAfter ? after : 0};
+      const int count = int(flexBefore) + int(flexSize) + int(flexAfter);
+      const double sum = parts[0] + parts[1] + parts[2];
+      double share[3] = {0, 0, 0};
+      const bool flex[3] = {flexBefore, flexSize, flexAfter};
+      for (int i = 0; i < 3; ++i) {
+        if (flex[i]) {
+          share[i] = sum > 0 ? parts[i] / sum : 1.0 / count;
+        }
+      }
+      require({{{pos, 1}, {parentPos, -1}, {parentSize, -share[0]}}, -origin + share[0] * parentLength}, Relation::Equal,
+               view.identifier() + " autoresizing position");
+      require({{{size, 1}, {parentSize, -share[1]}}, -length + share[1] * parentLength}, Relation::Equal,
+              view.identifier() + " autoresizing size");
+    };
+    axis(b.left, b.width, p.left, p.width, f.minX(), f.width(), ps.width, m & Autoresizing::FlexibleLeftMargin,
+         m & Autoresizing::FlexibleWidth, m & Autoresizing::FlexibleRightMargin);
+    axis(b.top, b.height, p.top, p.height, f.minY(), f.height(), ps.height, m & Autoresizing::FlexibleTopMargin,
+         m & Autoresizing::FlexibleHeight, m & Autoresizing::FlexibleBottomMargin);
+  }
+
+  void addIntrinsicAxis(LinearSolver::Variable size, double value, const View& view, Axis axis) {
+    if (value < 0) {
+      return;
+    }
+    add({{{size, 1}}, -value}, Relation::LessOrEqual, strengthOf(view.contentHuggingPriority(axis)),
+        view.identifier() + " hugging");
+    add({{{size, 1}}, -value}, Relation::GreaterOrEqual, strengthOf(view.contentCompressionResistancePriority(axis)),
+        view.identifier() + " compression resistance");
+  }
+
+  void addIntrinsic(View& view, double wrapWidth) {
+    const Size ics = wrapWidth >= 0 ? view.intrinsicContentSizeForWidth(wrapWidth) : view.intrinsicContentSize();
+    const Box& b = boxes_.at(&view);
+    addIntrinsicAxis(b.width, ics.width, view, Axis::Horizontal);
+    addIntrinsicAxis(b.height, ics.height, view, Axis::Vertical);
+  }
+
+  void addConstraint(const LayoutConstraint& c) {
+    auto first = c.firstItem();
+    Expression e = attribute(*first, c.firstAttribute());
+    if (c.hasSecondItem()) {
+      auto second = c.secondItem();
+      e.add(attribute(*second, c.secondAttribute()), -c.multiplier());
+    }
+    e.constant -= c.constant();
+    const Relation relation = c.relation() == LayoutRelation::Equal             ? Relation::Equal
+                              : c.relation() == LayoutRelation::LessThanOrEqual ? Relation::LessOrEqual
+                                                                                : Relation::GreaterOrEqual;
+    add(e, relation, strengthOf(c.priority()), c.description());
+  }
+
+  void addStack(StackView& stack) {
+    const bool vertical = stack.axis() == Axis::Vertical;
+    const LayoutAttribute start = vertical ? LayoutAttribute::Top : LayoutAttribute::Leading;
+    const LayoutAttribute end = vertical ? LayoutAttribute::Bottom : LayoutAttribute::Trailing;
+    const LayoutAttribute length = vertical ? LayoutAttribute::Height : LayoutAttribute::Width;
+    const LayoutAttribute crossStart = vertical ? LayoutAttribute::Leading : LayoutAttribute::Top;
+    const LayoutAttribute crossEnd = vertical ? LayoutAttribute::Trailing : LayoutAttribute::Bottom;
+    const LayoutAttribute crossCenter = vertical ? LayoutAttribute::CenterX : LayoutAttribute::CenterY;
+    const LayoutAttribute crossLength = vertical ? LayoutAttribute::Width : LayoutAttribute::Height;
+    const std::string name = stack.identifier();
+
+    auto relate = [&](const Expression& a, const Expression& b, double constant, Relation relation, double strength,
+                      const std::string& what) {
+      Expression e = a;
+      e.add(b, -1);
+      e.constant -= constant;
+      add(e, relation, strength, name + " " + what);
+    };
+
+    std::vector<View*> shown;
+    for (const auto& view : stack.arrangedSubviews()) {
+      if (view->superview().get() != &stack || boxes_.count(view.get()) == 0) {
+        continue;
+      }
+      if (view->isHidden()) {
+        // Hidden views take no room: keep them at the stack's start.
+        relate(attribute(*view, start), attribute(stack, start), 0, Relation::Equal, LinearSolver::kRequired,
+               "hidden start");
+        relate(attribute(*view, crossStart), attribute(stack, crossStart), 0, Relation::Equal, LinearSolver::kRequired,
+               "hidden cross start");
+        continue;
+      }
+      shown.push_back(view.get());
+    }
+    if (shown.empty()) {
+      add(attribute(stack, length), Relation::Equal, strengthOf(kLayoutPriorityFittingSizeLevel), name + " empty");
+      return;
+    }
+
+    // Along the axis.
+    const bool equalSpacing = stack.distribution() == StackView::Distribution::EqualSpacing ||
+                              stack.distribution() == StackView::Distribution::EqualCentering;
+    std::optional<LinearSolver::Variable> gap;
+    if (equalSpacing && shown.size() > 1) {
+      gap = solver_->newVariable();
+      require({{{*gap, 1}}, -stack.spacing()}, Relation::GreaterOrEqual, name + " spacing");
+    }
+    relate(attribute(*shown.front(), start), attribute(stack, start), 0, Relation::Equal, LinearSolver::kRequired,
+           "first");
+    for (size_t i = 1; i < shown.size(); ++i) {
+      Expression next = attribute(*shown[i], start);
+      Expression previousEnd = attribute(*shown[i - 1], end);
+      if (gap) {
+        previousEnd.terms.push_back(Term{*gap, 1});
+        relate(next, previousEnd, 0, Relation::Equal, LinearSolver::kRequired, "gap");
+      } else {
+        relate(next, previousEnd, stack.spacing(), Relation::Equal, LinearSolver::kRequired, "spacing");
+      }
+    }
+    relate(attribute(stack, end), attribute(*shown.back(), end), 0, Relation::Equal, LinearSolver::kRequired, "last");
+
+    if (stack.distribution() == StackView::Distribution::FillEqually) {
+      for (size_t i = 1; i < shown.size(); ++i) {
+        relate(attribute(*shown[i], length), attribute(*shown[0], length), 0, Relation::Equal, LinearSolver::kRequired,
+               "equal lengths");
+      }
+    } else if (stack.distribution() == StackView::Distribution::FillProportionally) {
+      // Lengths in proportion to the intrinsic lengths (length = k × intrinsic).
+      const LinearSolver::Variable k = solver_->newVariable();
+      for (View* view : shown) {
+        const Size ics = view->intrinsicContentSize();
+        const double intrinsic = vertical ? ics.height : ics.width;
+        if (intrinsic > 0) {
+          Expression e = attribute(*view, length);
+          e.terms.push_back(Term{k, -intrinsic});
+          add(e, Relation::Equal, strengthOf(kLayoutPriorityRequired - 1), name + " proportional");
+        }
+      }
+    }
+
+    // Across the axis.
+    for (View* view : shown) {
+      switch (stack.alignment()) {
+        case StackView::Alignment::Fill:
+          relate(attribute(*view, crossStart), attribute(stack, crossStart), 0, Relation::Equal,
+                 LinearSolver::kRequired, "fill start");
+          relate(attribute(*view, crossEnd), attribute(stack, crossEnd), 0, Relation::Equal, LinearSolver::kRequired,
+                 "fill end");
+          break;
+        case StackView::Alignment::Leading:
+        case StackView::Alignment::FirstBaseline:
+          relate(attribute(*view, crossStart), attribute(stack, crossStart), 0, Relation::Equal,
+                 LinearSolver::kRequired, "leading");
+          relate(attribute(*view, crossEnd), attribute(stack, crossEnd), 0, Relation::LessOrEqual,
+                 LinearSolver::kRequired, "within end");
+          break;
+        case StackView::Alignment::Trailing:
+        case StackView::Alignment::LastBaseline:
+          relate(attribute(*view, crossEnd), attribute(stack, crossEnd), 0, Relation::Equal, LinearSolver::kRequired,
+                 "trailing");
+          relate(attribute(*view, crossStart), attribute(stack, crossStart), 0, Relation::GreaterOrEqual,
+                 LinearSolver::kRequired, "within start");
+          break;
+        case StackView::Alignment::Center:
+          relate(attribute(*view, crossCenter), attribute(stack, crossCenter), 0, Relation::Equal,
+                 LinearSolver::kRequired, "center");
+          relate(attribute(*view, crossStart), attribute(stack, crossStart), 0, Relation::GreaterOrEqual,
+                 LinearSolver::kRequired, "within start");
+          break;
+      }
+      if (stack.alignment() != StackView::Alignment::Fill) {
+        // The stack hugs its widest view across the axis unless told otherwise.
+        relate(attribute(stack, crossLength), attribute(*view, crossLength), 0, Relation::Equal,
+               strengthOf(kLayoutPriorityFittingSizeLevel - 1), "hug across");
+      }
+    }
+  }
+
+  View& root_;
+  Mode mode_;
+  Size target_;
+  LayoutPriority hFitting_;
+  LayoutPriority vFitting_;
+  std::vector<View*> views_;
+  std::set<View*> members_;
+  std::vector<std::shared_ptr<LayoutConstraint>> constraints_;
+  std::unordered_map<View*, Box> boxes_;
+  LinearSolver* solver_ = nullptr;
+  std::vector<std::string>* broken_ = nullptr;
+};
+
+// Solves, then measures wrapping text at the widths found and solves again
+// while any height changed.
+std::unordered_map<View*, Rect> solveWithText(Pass& pass, std::vector<std::string>& broken) {
+  std::unordered_map<View*, double> widths;
+  auto solution = pass.solve(widths, &broken);
+  for (int round = 0; round < 3; ++round) {
+    bool changed = false;
+    for (View* view : pass.views()) {
+      if (view->translatesAutoresizingMaskIntoConstraints()) {
+        continue;
+      }
+      const Size natural = view->intrinsicContentSize();
+      const double width = solution[view].width();
+      if (natural.height < 0 || natural.width < 0 || width >= natural.width) {
+        continue;
+      }
+      const auto used = widths.find(view);
+      if (used != widths.end() && std::fabs(used->second - width) < 0.5) {
+        continue;
+      }
+      if (view->intrinsicContentSizeForWidth(width) == natural) {
+        continue;
+      }
+      widths[view] = width;
+      changed = true;
+    }
+    if (!changed) {
+      break;
+    }
+    broken.clear();
+    solution = pass.solve(widths, &broken);
+  }
+  return solution;
+}
+
+}  // namespace
+
+const std::vector<std::string>& LayoutEngine::lastConflicts() { return conflicts(); }
+
+void LayoutEngine::layout(View& root) {
+  platform::assertMainThread("LayoutEngine::layout");
+  std::vector<std::string> broken;
+  // layoutSubviews() may change what the pass depends on (texts, constraints):
+  // run again while it does, a bounded number of times.
+  for (int round = 0; round < 4; ++round) {
+    Pass pass(root, Mode::Layout, Size{}, 0, 0);
+    pass.collectConstraints();
+    broken.clear();
+    auto solution = solveWithText(pass, broken);
+    for (View* view : pass.views()) {
+      if (view == &root) {
+        continue;
+      }
+      const Rect absolute = solution[view];
+      const Rect parent = solution[view->superview().get()];
+      view->applyFrame(
+          Rect(absolute.minX() - parent.minX(), absolute.minY() - parent.minY(), absolute.width(), absolute.height()),
+          true);
+    }
+    // Every view of the tree, solved or not, gets its hook, top down. The
+    // hooks may add or remove views: keep the ones seen alive meanwhile.
+    std::vector<std::shared_ptr<View>> alive;
+    std::vector<View*> pending{&root};
+    while (!pending.empty()) {
+      View* view = pending.back();
+      pending.pop_back();
+      view->needsLayout_ = false;
+      alive.push_back(view->shared_from_this());
+      for (auto it = view->subviews().rbegin(); it != view->subviews().rend(); ++it) {
+        pending.push_back(it->get());
+      }
+    }
+    for (const auto& view : alive) {
+      view->layoutSubviews();
+    }
+    if (!root.needsLayout_) {
+      break;
+    }
+  }
+  root.needsLayout_ = false;
+  conflicts() = std::move(broken);
+}
+
+Size LayoutEngine::fittingSize(View& root, Size target, LayoutPriority horizontal, LayoutPriority vertical) {
+  platform::assertMainThread("LayoutEngine::fittingSize");
+  Pass pass(root, Mode::Fitting, target, horizontal, vertical);
+  pass.collectConstraints();
+  std::vector<std::string> broken;
+  auto solution = solveWithText(pass, broken);
+  return solution[&root].size;
+}
+
+}  // namespace velune::ui
