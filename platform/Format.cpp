@@ -20,7 +20,7 @@ std::string describeDouble(double d) {
   return std::string(buffer, result.ptr);
 }
 
-struct Spec {
+struct Directive {
   std::string flags;
   std::optional<int> width;
   std::optional<int> precision;
@@ -33,15 +33,15 @@ bool isWideLength(const std::string& length) { return !length.empty() && length 
 // printf of one number, with the type under our control.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-std::string printNumber(const Spec& spec, std::string_view cLength, char conversion, auto value) {
+std::string printNumber(const Directive& directive, std::string_view cLength, char conversion, auto value) {
   std::string cFormat(1, '%');
-  cFormat += spec.flags;
-  if (spec.width) {
-    cFormat += std::to_string(*spec.width);
+  cFormat += directive.flags;
+  if (directive.width) {
+    cFormat += std::to_string(*directive.width);
   }
-  if (spec.precision) {
+  if (directive.precision) {
     cFormat.push_back('.');
-    cFormat += std::to_string(*spec.precision);
+    cFormat += std::to_string(*directive.precision);
   }
   cFormat += cLength;
   cFormat.push_back(conversion);
@@ -60,12 +60,12 @@ std::string printNumber(const Spec& spec, std::string_view cLength, char convers
 }
 #pragma GCC diagnostic pop
 
-std::string pad(const Spec& spec, std::string text) {
-  if (!spec.width || static_cast<int>(text.size()) >= *spec.width) {
+std::string pad(const Directive& directive, std::string text) {
+  if (!directive.width || static_cast<int>(text.size()) >= *directive.width) {
     return text;
   }
-  const std::string fill(static_cast<size_t>(*spec.width) - text.size(), ' ');
-  return spec.flags.find('-') != std::string::npos ? text + fill : fill + text;
+  const std::string fill(static_cast<size_t>(*directive.width) - text.size(), ' ');
+  return directive.flags.find('-') != std::string::npos ? text + fill : fill + text;
 }
 
 std::string mark(char conversion, const FormatArg& arg) {
@@ -79,32 +79,32 @@ std::string mark(char conversion, const FormatArg& arg) {
   return out;
 }
 
-std::string formatOne(const Spec& spec, const FormatArg& arg) {
+std::string formatOne(const Directive& directive, const FormatArg& arg) {
   using Kind = FormatArg::Kind;
-  const char c = spec.conversion;
+  const char c = directive.conversion;
   switch (c) {
     case '@':
-      return pad(spec, arg.describe());
+      return pad(directive, arg.describe());
     case 's':
     case 'S':
       if (arg.kind() == Kind::Null) {
-        return pad(spec, "(null)");
+        return pad(directive, "(null)");
       }
       if (arg.kind() != Kind::Text) {
         return mark(c, arg);
       }
-      if (spec.precision && static_cast<size_t>(*spec.precision) < arg.text().size()) {
-        return pad(spec, std::string(arg.text().substr(0, static_cast<size_t>(*spec.precision))));
+      if (directive.precision && static_cast<size_t>(*directive.precision) < arg.text().size()) {
+        return pad(directive, std::string(arg.text().substr(0, static_cast<size_t>(*directive.precision))));
       }
-      return pad(spec, std::string(arg.text()));
+      return pad(directive, std::string(arg.text()));
     case 'd':
     case 'i':
       switch (arg.kind()) {
         case Kind::Signed:
-          return printNumber(spec, "ll", 'd', static_cast<long long>(arg.signedValue()));
+          return printNumber(directive, "ll", 'd', static_cast<long long>(arg.signedValue()));
         case Kind::Bool:
         case Kind::Unsigned:
-          return printNumber(spec, "ll", 'u', static_cast<unsigned long long>(arg.unsignedValue()));
+          return printNumber(directive, "ll", 'u', static_cast<unsigned long long>(arg.unsignedValue()));
         default:
           return mark(c, arg);
       }
@@ -116,12 +116,12 @@ std::string formatOne(const Spec& spec, const FormatArg& arg) {
         case Kind::Signed: {
           // A negative value wraps at the width the length modifier names.
           const auto raw = static_cast<std::uint64_t>(arg.signedValue());
-          const std::uint64_t value = isWideLength(spec.length) ? raw : (raw & 0xFFFFFFFFu);
-          return printNumber(spec, "ll", c, static_cast<unsigned long long>(value));
+          const std::uint64_t value = isWideLength(directive.length) ? raw : (raw & 0xFFFFFFFFu);
+          return printNumber(directive, "ll", c, static_cast<unsigned long long>(value));
         }
         case Kind::Bool:
         case Kind::Unsigned:
-          return printNumber(spec, "ll", c, static_cast<unsigned long long>(arg.unsignedValue()));
+          return printNumber(directive, "ll", c, static_cast<unsigned long long>(arg.unsignedValue()));
         default:
           return mark(c, arg);
       }
@@ -129,7 +129,7 @@ std::string formatOne(const Spec& spec, const FormatArg& arg) {
       if (arg.kind() == Kind::Signed || arg.kind() == Kind::Unsigned) {
         const auto value = arg.kind() == Kind::Signed ? static_cast<std::uint64_t>(arg.signedValue())
                                                       : arg.unsignedValue();
-        return pad(spec, std::string(1, static_cast<char>(value & 0xFF)));
+        return pad(directive, std::string(1, static_cast<char>(value & 0xFF)));
       }
       return mark(c, arg);
     case 'f':
@@ -155,7 +155,7 @@ std::string formatOne(const Spec& spec, const FormatArg& arg) {
         default:
           return mark(c, arg);
       }
-      return printNumber(spec, "", c, value);
+      return printNumber(directive, "", c, value);
     }
     default:
       return mark(c, arg);
@@ -290,10 +290,10 @@ std::string formatList(std::string_view format, std::span<const FormatArg> args,
         i = j + 1;
       }
     }
-    Spec spec;
+    Directive directive;
     while (i < format.size() && isFlag(format[i])) {
       if (format[i] != '\'') {  // thousands grouping is not supported; ignored
-        spec.flags.push_back(format[i]);
+        directive.flags.push_back(format[i]);
       }
       ++i;
     }
@@ -302,7 +302,7 @@ std::string formatList(std::string_view format, std::span<const FormatArg> args,
       star = true;
       ++i;
     } else {
-      spec.width = readNumber(format, i);
+      directive.width = readNumber(format, i);
     }
     if (i < format.size() && format[i] == '.') {
       ++i;
@@ -310,23 +310,23 @@ std::string formatList(std::string_view format, std::span<const FormatArg> args,
         star = true;
         ++i;
       } else {
-        spec.precision = readNumber(format, i).value_or(0);
+        directive.precision = readNumber(format, i).value_or(0);
       }
     }
     while (i < format.size() && std::string_view("hlqLztj").find(format[i]) != std::string_view::npos) {
-      spec.length.push_back(format[i]);
+      directive.length.push_back(format[i]);
       ++i;
     }
     if (i >= format.size()) {
       out += "%!(NOVERB)";
       break;
     }
-    spec.conversion = format[i];
+    directive.conversion = format[i];
     ++i;
 
-    if (star || std::string_view("@sSdiuxXocfFeEgGaA").find(spec.conversion) == std::string_view::npos) {
+    if (star || std::string_view("@sSdiuxXocfFeEgGaA").find(directive.conversion) == std::string_view::npos) {
       out += "%!";
-      out.push_back(spec.conversion);
+      out.push_back(directive.conversion);
       out += "(UNSUPPORTED)";
       continue;
     }
@@ -335,7 +335,7 @@ std::string formatList(std::string_view format, std::span<const FormatArg> args,
     if (position) {
       if (*position == 0 || *position > args.size()) {
         out += "%!";
-        out.push_back(spec.conversion);
+        out.push_back(directive.conversion);
         out += "(BADINDEX)";
         continue;
       }
@@ -343,14 +343,14 @@ std::string formatList(std::string_view format, std::span<const FormatArg> args,
     } else {
       if (next >= args.size()) {
         out += "%!";
-        out.push_back(spec.conversion);
+        out.push_back(directive.conversion);
         out += "(MISSING)";
         continue;
       }
       index = next++;
     }
     used[index] = true;
-    out += formatOne(spec, args[index]);
+    out += formatOne(directive, args[index]);
   }
 
   if (firstArgumentSelectsOnly && !used.empty()) {
