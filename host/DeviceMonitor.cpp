@@ -53,7 +53,7 @@ struct DeviceMonitor::Core {
   }
 
   std::string deviceFile() const { return layout.deviceJson(); }
-  std::string stateFile() const { return layout.root() + "/" + kApplicationStateFileName; }
+  std::string stateFile() const { return DeviceMonitor::applicationStateFile(layout); }
 
   void reloadConfiguration();
   void reloadApplicationState();
@@ -104,6 +104,10 @@ const HomeLayout& DeviceMonitor::layout() const {
 
 std::string DeviceMonitor::applicationStateFile() const {
   return core_->stateFile();
+}
+
+std::string DeviceMonitor::applicationStateFile(const HomeLayout& layout) {
+  return layout.root() + "/" + kApplicationStateFileName;
 }
 
 void DeviceMonitor::start(DeviceWatchMethod method) {
