@@ -12,8 +12,7 @@ void DocumentListControllerStatusBar::createStatusBar() {
   statusLabel_ = std::make_shared<ui::Label>();
   statusLabel_->setIdentifier(statusLabel_->identifier() + ".status");
   statusLabel_->setTextColor(Settings::statusLabelColor());
-  statusLabel_->setFont(ui::Font::fontWithDescriptor(
-      ui::FontDescriptor::preferredFontDescriptorWithTextStyle(ui::TextStyle::Footnote), 0));
+  statusLabel_->setFont(ui::Font::preferredFontForTextStyle(ui::TextStyle::Footnote));
   const auto space = ui::BarButtonItem::withSystemItem(ui::BarButtonSystemItem::FlexibleSpace);
   toolbarItems_ = {space, ui::BarButtonItem::withCustomView(statusLabel_), space};
 }

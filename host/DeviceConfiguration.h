@@ -36,6 +36,9 @@ struct DeviceConfiguration {
   std::uint64_t quotaTotalBytes = 5'368'709'120;  // 5 GB
   std::uint64_t downloadBytesPerSecond = 4'000'000;
 
+  // Every field, so that a new setting is compared without further change.
+  bool operator==(const DeviceConfiguration&) const = default;
+
   static DeviceConfiguration read(const std::string& path, std::vector<std::string>* problems = nullptr);
   // As read(), but what cannot be read (a file that is not a JSON object, a
   // value of the wrong kind) keeps the value of `fallback` instead of the

@@ -21,12 +21,6 @@ namespace {
 constexpr const char* kDeviceFileName = "device.json";
 constexpr int kPollIntervalMilliseconds = 500;
 
-bool sameConfiguration(const DeviceConfiguration& a, const DeviceConfiguration& b) {
-  return a.identityToken == b.identityToken && a.network == b.network && a.idiom == b.idiom &&
-         a.screenWidth == b.screenWidth && a.screenHeight == b.screenHeight && a.screenScale == b.screenScale &&
-         a.quotaTotalBytes == b.quotaTotalBytes && a.downloadBytesPerSecond == b.downloadBytesPerSecond;
-}
-
 // What polling compares: a replaced or rewritten file changes one of these.
 struct FileSignature {
   bool exists = false;
@@ -59,7 +53,7 @@ struct DeviceMonitor::Core {
   }
 
   std::string deviceFile() const { return layout.deviceJson(); }
-  std::string stateFile() const { return layout.root() + "/" + kApplicationStateFileName; }
+  std::string stateFile() const { return DeviceMonitor::applicationStateFile(layout); }
 
   void reloadConfiguration();
   void reloadApplicationState();
@@ -110,6 +104,10 @@ const HomeLayout& DeviceMonitor::layout() const {
 
 std::string DeviceMonitor::applicationStateFile() const {
   return core_->stateFile();
+}
+
+std::string DeviceMonitor::applicationStateFile(const HomeLayout& layout) {
+  return layout.root() + "/" + kApplicationStateFileName;
 }
 
 void DeviceMonitor::start(DeviceWatchMethod method) {
@@ -245,7 +243,7 @@ void DeviceMonitor::Core::reloadConfiguration() {
   for (const auto& problem : problems) {
     DRLOG(kLogWarning, "%@", problem);
   }
-  if (sameConfiguration(previous, current)) {
+  if (previous == current) {
     return;
   }
   std::vector<std::shared_ptr<ConfigurationListener>> listeners;

@@ -64,6 +64,8 @@ class DeviceMonitor {
 
   const HomeLayout& layout() const;
   std::string applicationStateFile() const;
+  // Where the application-state file of a home is.
+  static std::string applicationStateFile(const HomeLayout& layout);
 
   static constexpr const char* kApplicationStateFileName = "app-state.json";
   // The state the file holds, or nothing (with the reason) when it cannot be read.

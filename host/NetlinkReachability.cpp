@@ -15,7 +15,6 @@
 
 #include "diag/DRLogging.h"
 #include "host/FileIO.h"
-#include "host/SimulatedReachability.h"
 
 namespace velune::host {
 
@@ -321,18 +320,14 @@ Result<NetlinkReachability::Tables> NetlinkReachability::readTables() {
 }
 
 std::shared_ptr<platform::ReachabilityTarget> NetlinkReachability::createWithName(const std::string& hostName) {
-  if (!SimulatedReachability::isValidHostName(hostName)) {
-    DRLOG(kLogDebug, "No reachability target for the host name \"%@\"", hostName);
+  if (!ReachabilityTargetList::isValidHostName(hostName)) {
     return nullptr;
   }
   std::lock_guard lock(mutex_);
   if (!started_ && !startLocked()) {
     return nullptr;
   }
-  auto target = HostReachabilityTarget::create(hostName, flags_);
-  std::erase_if(targets_, [](const auto& weak) { return weak.expired(); });
-  targets_.push_back(target);
-  return target;
+  return targets_.add(hostName, flags_);
 }
 
 bool NetlinkReachability::startLocked() {
@@ -423,11 +418,7 @@ void NetlinkReachability::refresh() {
     return;
   }
   flags_ = flags;
-  for (const auto& weak : targets_) {
-    if (auto target = weak.lock()) {
-      target->deliver(flags);
-    }
-  }
+  targets_.deliver(flags);
 }
 
 }  // namespace velune::host

@@ -22,7 +22,7 @@
 #include <thread>
 #include <vector>
 
-#include "host/HostReachabilityTarget.h"
+#include "host/ReachabilityTargetList.h"
 #include "platform/ReachabilityService.h"
 #include "platform/Result.h"
 
@@ -76,7 +76,7 @@ class NetlinkReachability final : public platform::ReachabilityService {
   void refresh();
 
   std::mutex mutex_;
-  std::vector<std::weak_ptr<HostReachabilityTarget>> targets_;
+  ReachabilityTargetList targets_;
   platform::ReachabilityFlags flags_ = 0;
   bool started_ = false;
   int eventSocket_ = -1;

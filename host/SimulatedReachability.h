@@ -7,10 +7,9 @@
 
 #include <memory>
 #include <mutex>
-#include <vector>
 
 #include "host/DeviceMonitor.h"
-#include "host/HostReachabilityTarget.h"
+#include "host/ReachabilityTargetList.h"
 #include "platform/ReachabilityService.h"
 
 namespace velune::host {
@@ -23,9 +22,6 @@ class SimulatedReachability final : public platform::ReachabilityService {
   std::shared_ptr<platform::ReachabilityTarget> createWithName(const std::string& hostName) override;
 
   static platform::ReachabilityFlags flagsFor(NetworkSetting network);
-  // A name that DNS could hold: 1 to 253 characters, labels of letters,
-  // digits and hyphens (or an IPv4 or bracket-free IPv6 address).
-  static bool isValidHostName(const std::string& hostName);
 
  private:
   explicit SimulatedReachability(std::shared_ptr<DeviceMonitor> monitor) : monitor_(std::move(monitor)) {}
@@ -34,7 +30,7 @@ class SimulatedReachability final : public platform::ReachabilityService {
   const std::shared_ptr<DeviceMonitor> monitor_;
   DeviceMonitor::ListenerId listener_ = 0;
   std::mutex mutex_;
-  std::vector<std::weak_ptr<HostReachabilityTarget>> targets_;
+  ReachabilityTargetList targets_;
 };
 
 }  // namespace velune::host

@@ -113,8 +113,8 @@ void DownloadView::setItem(std::shared_ptr<DRItem> item) {
   VELUNE_ASSERT_MAIN_THREAD();
   item_ = std::move(item);
   filenameLabel_->setText(item_ ? item_->localizedName().value_or("") : std::string());
-  sizeLabel_->setText(item_ ? item_->friendlyFileSize().value_or("") : std::string());
   downloadButton_->setTitle(downloadButtonTitle(), ui::ControlState::Normal);
+  // Back to idle, which also shows the new item's size.
   setDownloading(false);
 }
 

@@ -66,7 +66,6 @@ void RoundProgressView::_setupSubviews() {
   setPieRadius(static_cast<float>(radius));
   setPieCenter(ui::Point{b.width() / 2, b.height() / 2});
 
-  progressTimer_.reset();
   sliceLayer_ = std::make_shared<ui::ShapeLayer>();
   circleLayer_ = std::make_shared<ui::ShapeLayer>();
   resetProgress();

@@ -16,16 +16,15 @@ namespace {
 
 constexpr const char* kNoErrorText = "Qerror exception";
 
-// The screen to present from: the parent, or what it already presents on top.
-std::shared_ptr<ui::ViewController> topmostPresenter(const std::shared_ptr<ui::ViewController>& parent) {
+}  // namespace
+
+std::shared_ptr<ui::ViewController> UIUtils::topmostPresenter(const std::shared_ptr<ui::ViewController>& parent) {
   auto top = parent;
   while (top && top->presentedViewController()) {
     top = top->presentedViewController();
   }
   return top;
 }
-
-}  // namespace
 
 std::shared_ptr<ui::AlertController> UIUtils::showAlert(const std::optional<std::string>& title,
                                                         const std::optional<std::string>& message,

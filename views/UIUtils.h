@@ -41,6 +41,9 @@ class UIUtils {
   // The chosen action (null when nothing was asked) and whether the user cancelled.
   using DeleteCompletion = std::function<void(const ui::AlertAction* action, bool cancelled)>;
 
+  // The screen to present from: the parent, or what it already presents on top.
+  static std::shared_ptr<ui::ViewController> topmostPresenter(const std::shared_ptr<ui::ViewController>& parent);
+
   // Presents, animated, an alert with the title and message and one "OK"
   // button that only closes it. When the parent already presents something,
   // the alert goes over the topmost presented screen. Returns the alert, or

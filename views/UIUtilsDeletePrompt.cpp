@@ -85,10 +85,7 @@ void UIUtils::showDeleteWarningAlert(const std::vector<platform::URL>& urls, boo
     popover.setBarButtonItem(usingButton);
   }
   // Over what the screen already presents, if anything.
-  auto presenter = viewController;
-  while (presenter && presenter->presentedViewController()) {
-    presenter = presenter->presentedViewController();
-  }
+  const auto presenter = topmostPresenter(viewController);
   if (!presenter || !presenter->presentViewController(sheet, true)) {
     // No one can answer a sheet that is not shown: end the caller's flow
     // without deleting, as for a cancellation.

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/Format.h"
+#include "platform/UTF8.h"
 
 namespace velune::ui {
 
@@ -146,54 +147,18 @@ size_t codePointCount(std::string_view utf8) {
 
 std::string sanitizedUTF8(std::string_view text) {
   static constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+  std::string valid = platform::validUTF8(text);
+  // Valid UTF-8 may still hold NUL, which would end the text for cairo.
+  if (valid.find('\0') == std::string::npos) {
+    return valid;
+  }
   std::string out;
-  out.reserve(text.size());
-  size_t i = 0;
-  const size_t n = text.size();
-  while (i < n) {
-    const auto b0 = static_cast<unsigned char>(text[i]);
-    if (b0 == 0) {
+  out.reserve(valid.size() + 2 * kReplacement.size());
+  for (const char c : valid) {
+    if (c == '\0') {
       out.append(kReplacement);
-      ++i;
-      continue;
-    }
-    if (b0 < 0x80) {
-      out.push_back(static_cast<char>(b0));
-      ++i;
-      continue;
-    }
-    size_t length = 0;
-    std::uint32_t codePoint = 0;
-    std::uint32_t minimum = 0;
-    if (b0 >= 0xC2 && b0 <= 0xDF) {
-      length = 2;
-      codePoint = b0 & 0x1F;
-      minimum = 0x80;
-    } else if (b0 >= 0xE0 && b0 <= 0xEF) {
-      length = 3;
-      codePoint = b0 & 0x0F;
-      minimum = 0x800;
-    } else if (b0 >= 0xF0 && b0 <= 0xF4) {
-      length = 4;
-      codePoint = b0 & 0x07;
-      minimum = 0x10000;
-    }
-    bool valid = length > 0 && i + length <= n;
-    for (size_t k = 1; valid && k < length; ++k) {
-      const auto bk = static_cast<unsigned char>(text[i + k]);
-      if ((bk & 0xC0) != 0x80) {
-        valid = false;
-      } else {
-        codePoint = (codePoint << 6) | (bk & 0x3F);
-      }
-    }
-    valid = valid && codePoint >= minimum && codePoint <= 0x10FFFF && !(codePoint >= 0xD800 && codePoint <= 0xDFFF);
-    if (valid) {
-      out.append(text.substr(i, length));
-      i += length;
     } else {
-      out.append(kReplacement);
-      ++i;  // resynchronise on the next byte
+      out.push_back(c);
     }
   }
   return out;

@@ -17,7 +17,7 @@ int runApp(VdtoolContext& context, const std::vector<std::string>& arguments) {
     return kExitUsage;
   }
   const auto state = arguments[0] == "background" ? ApplicationState::Background : ApplicationState::Active;
-  const std::string path = context.layout.root() + "/" + DeviceMonitor::kApplicationStateFileName;
+  const std::string path = DeviceMonitor::applicationStateFile(context.layout);
   if (auto error = DeviceMonitor::writeApplicationState(path, state)) {
     std::fprintf(stderr, "vdtool: cannot change the app's state: %s\n", error->description().c_str());
     return kExitFailure;
