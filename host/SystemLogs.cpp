@@ -5,7 +5,11 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
 #include <vector>
 
 #include "host/FileIO.h"
@@ -117,6 +121,9 @@ JsonLinesSystemLog::JsonLinesSystemLog(std::string path) : path_(std::move(path)
     makeDirectories(path_.substr(0, slash));
   }
   fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+  if (fd_ < 0) {
+    openError_ = errno;
+  }
 }
 
 JsonLinesSystemLog::~JsonLinesSystemLog() {
@@ -130,6 +137,7 @@ JsonLinesSystemLog::~JsonLinesSystemLog() {
 void JsonLinesSystemLog::write(const SystemLogRecord& record) {
   std::lock_guard lock(mutex_);
   if (fd_ < 0) {
+    noteLostLocked(1, openError_);
     return;
   }
   buffer_ += systemLogRecordJson(record);
@@ -152,11 +160,31 @@ void JsonLinesSystemLog::flushLocked() {
       continue;
     }
     if (n <= 0) {
-      break;  // a full disk loses records; logging never fails its caller
+      // A full disk loses the records not yet written; logging never fails its caller.
+      const auto unwritten = std::string_view(buffer_).substr(written);
+      noteLostLocked(static_cast<std::uint64_t>(std::count(unwritten.begin(), unwritten.end(), '\n')),
+                     n < 0 ? errno : ENOSPC);
+      break;
     }
     written += static_cast<size_t>(n);
   }
   buffer_.clear();
+}
+
+void JsonLinesSystemLog::noteLostLocked(std::uint64_t count, int error) {
+  if (count == 0) {
+    return;
+  }
+  if (lost_ == 0) {
+    std::fprintf(stderr, "velunedriveapp: the log file %s cannot be written (%s); records are being lost\n",
+                 path_.c_str(), std::strerror(error));
+  }
+  lost_ += count;
+}
+
+std::uint64_t JsonLinesSystemLog::lostRecords() {
+  std::lock_guard lock(mutex_);
+  return lost_;
 }
 
 void SyslogSystemLog::write(const SystemLogRecord& record) {

@@ -11,6 +11,7 @@
 //
 // Each drops records whose level is outside the client's filter mask.
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -55,17 +56,23 @@ class JsonLinesSystemLog final : public FilteringSystemLog {
   ~JsonLinesSystemLog() override;
   const std::string& path() const { return path_; }
   void flush() override;
+  // Records that could not be written (no file, a full disk). The first loss
+  // is said once on standard error: the log cannot report its own failure.
+  std::uint64_t lostRecords();
 
  protected:
   void write(const platform::SystemLogRecord& record) override;
 
  private:
   void flushLocked();
+  void noteLostLocked(std::uint64_t count, int error);
 
   const std::string path_;
   std::mutex mutex_;
   int fd_ = -1;
+  int openError_ = 0;
   std::string buffer_;
+  std::uint64_t lost_ = 0;
 };
 
 class SyslogSystemLog final : public FilteringSystemLog {

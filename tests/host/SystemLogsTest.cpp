@@ -1,6 +1,7 @@
 #include "host/SystemLogs.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -60,12 +61,29 @@ TEST(SystemLogs, RecordJsonEscapesControlCharactersAndQuotes) {
   EXPECT_EQ(nlohmann::json::parse(json)["Message"], "tab\there \"quoted\" back\\slash\nnew\x01line");
 }
 
-TEST(JsonLinesSystemLog, AnUnwritablePathLosesRecordsQuietly) {
-  JsonLinesSystemLog log("/proc/velune-cannot-write-here/log.jsonl");
-  auto* client = log.open(nullptr, "f", 0);
-  log.send(client, record("3", "nowhere to go"));
-  log.close(client);
-  SUCCEED();
+TEST(JsonLinesSystemLog, UnwritableFilesCountTheRecordsTheyLose) {
+  JsonLinesSystemLog nowhere("/proc/velune-cannot-write-here/log.jsonl");
+  auto* client = nowhere.open(nullptr, "f", 0);
+  nowhere.send(client, record("3", "nowhere to go"));
+  nowhere.send(client, record("3", "nor this"));
+  nowhere.close(client);
+  EXPECT_EQ(nowhere.lostRecords(), 2u);
+}
+
+TEST(JsonLinesSystemLog, AFullDiskLosesTheBufferedRecordsAndCountsThem) {
+  if (::access("/dev/full", W_OK) != 0) {
+    GTEST_SKIP() << "this machine has no /dev/full";
+  }
+  // A device that is always full: the buffered records are lost when flushed.
+  JsonLinesSystemLog full("/dev/full");
+  auto* client = full.open(nullptr, "f", 0);
+  full.send(client, record("3", "one"));
+  full.send(client, record("3", "two"));
+  full.send(client, record("3", "three"));
+  EXPECT_EQ(full.lostRecords(), 0u);
+  full.flush();
+  EXPECT_EQ(full.lostRecords(), 3u);
+  full.close(client);
 }
 
 TEST(SystemLogs, ExplicitKindsAndTheFileFallback) {
