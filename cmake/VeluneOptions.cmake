@@ -6,6 +6,13 @@ target_compile_options(velune_options INTERFACE
   -Wimplicit-fallthrough
   # Source paths in log records are relative to the project root.
   -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+# ccache with a base_dir hands the compiler paths relative to the build folder;
+# those are trimmed to the project root too.
+file(RELATIVE_PATH _source_from_build ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR})
+string(REGEX REPLACE "/+$" "" _source_from_build "${_source_from_build}")
+if(_source_from_build)
+  target_compile_options(velune_options INTERFACE -fmacro-prefix-map=${_source_from_build}/=)
+endif()
 if(VELUNE_WERROR)
   target_compile_options(velune_options INTERFACE -Werror)
 endif()
