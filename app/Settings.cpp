@@ -21,7 +21,7 @@ constexpr platform::PreferencesHost kHost = platform::PreferencesHost::Any;
 std::string Settings::_appContainerPath() {
   // A function-local static: made once, also when several threads ask at once.
   static const std::string path = [] {
-    const auto url = VELUNE_SERVICE(containerPreferences).dataContainerURLForBundleIdentifier(kAppBundleIdentifier);
+    const auto url = VELUNE_SERVICE(containerPreferences)->dataContainerURLForBundleIdentifier(kAppBundleIdentifier);
     if (!url) {
       // Without a container the domain lives outside one (an empty path).
       DRLOG(kLogDebug, "AppContainer is %@", nullptr);
@@ -35,10 +35,10 @@ std::string Settings::_appContainerPath() {
 }
 
 bool Settings::boolPrefForKey(const std::string& key, bool defaultValue) {
-  auto& preferences = VELUNE_SERVICE(containerPreferences);
+  const auto preferences = VELUNE_SERVICE(containerPreferences);
   const std::string container = _appContainerPath();
-  preferences.synchronize(kSettingsDomain, kUser, kHost, container);
-  const platform::Value value = preferences.copyValue(key, kSettingsDomain, kUser, kHost, container);
+  preferences->synchronize(kSettingsDomain, kUser, kHost, container);
+  const platform::Value value = preferences->copyValue(key, kSettingsDomain, kUser, kHost, container);
   bool result = defaultValue;
   if (value.isNumber() || value.isString()) {
     // Booleans and numbers by their truth; text as the platform reads it
@@ -54,10 +54,10 @@ bool Settings::boolPrefForKey(const std::string& key, bool defaultValue) {
 }
 
 void Settings::setBoolPref(bool value, const std::string& key) {
-  auto& preferences = VELUNE_SERVICE(containerPreferences);
+  const auto preferences = VELUNE_SERVICE(containerPreferences);
   const std::string container = _appContainerPath();
-  preferences.setValue(key, platform::Value(value), kSettingsDomain, kUser, kHost, container);
-  if (!preferences.synchronize(kSettingsDomain, kUser, kHost, container)) {
+  preferences->setValue(key, platform::Value(value), kSettingsDomain, kUser, kHost, container);
+  if (!preferences->synchronize(kSettingsDomain, kUser, kHost, container)) {
     DRLOG(kLogErr, "Failed to write prefs");
   }
 }

@@ -16,7 +16,6 @@ endif()
 if(VELUNE_WERROR)
   target_compile_options(velune_options INTERFACE -Werror)
 endif()
-target_include_directories(velune_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
 
 if(VELUNE_SANITIZE)
   string(REPLACE ";" "," _sanitizers "${VELUNE_SANITIZE}")
@@ -30,3 +29,29 @@ function(velune_layer_sources out dir)
   file(GLOB_RECURSE _sources CONFIGURE_DEPENDS ${dir}/*.cpp)
   set(${out} ${_sources} PARENT_SCOPE)
 endfunction()
+
+# Gives a target an include root that holds only the layer folders it may
+# include (as links to the sources), so that "#include "host/..."" from a layer
+# that must not see the host fails to compile. The allowed arrows are drawn in
+# docs/architecture.md; scripts/check-includes.sh checks the same rules in CI.
+function(velune_include_layers target)
+  set(_root ${PROJECT_BINARY_DIR}/include/${target})
+  file(MAKE_DIRECTORY ${_root})
+  foreach(_layer IN LISTS ARGN)
+    if(NOT EXISTS ${_root}/${_layer})
+      file(CREATE_LINK ${PROJECT_SOURCE_DIR}/${_layer} ${_root}/${_layer} SYMBOLIC)
+    endif()
+  endforeach()
+  get_target_property(_type ${target} TYPE)
+  if(_type STREQUAL "INTERFACE_LIBRARY")
+    target_include_directories(${target} INTERFACE ${_root})
+  else()
+    target_include_directories(${target} PRIVATE ${_root})
+  endif()
+endfunction()
+
+# Every layer folder, for the programs, tests and benchmarks that wire them.
+set(VELUNE_ALL_LAYERS platform host diag model views preview browse app shell programs tests bench
+    CACHE INTERNAL "")
+add_library(velune_wiring INTERFACE)
+velune_include_layers(velune_wiring ${VELUNE_ALL_LAYERS})

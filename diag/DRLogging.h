@@ -16,18 +16,10 @@
 #include <string_view>
 
 #include "platform/Format.h"
+#include "platform/Log.h"
 #include "platform/Value.h"
 
 namespace velune {
-
-// Syslog levels; a smaller number is more severe.
-inline constexpr int kLogAlert = 1;
-inline constexpr int kLogCrit = 2;
-inline constexpr int kLogErr = 3;
-inline constexpr int kLogWarning = 4;
-inline constexpr int kLogNotice = 5;
-inline constexpr int kLogInfo = 6;
-inline constexpr int kLogDebug = 7;
 
 // True when the shared client's level is at least `level`.
 bool DRLogLevelEnabled(int level);

@@ -16,7 +16,7 @@ void NetworkIndicator::show(const std::string& identifier) {
     return;
   }
   if (_ids.empty()) {
-    VELUNE_SERVICE(networkActivityIndicator).setNetworkActivityIndicatorVisible(true);
+    VELUNE_SERVICE(networkActivityIndicator)->setNetworkActivityIndicatorVisible(true);
   }
   _ids.insert(identifier);
 }
@@ -29,7 +29,7 @@ void NetworkIndicator::hide(const std::string& identifier) {
   }
   _ids.erase(it);
   if (_ids.empty()) {
-    VELUNE_SERVICE(networkActivityIndicator).setNetworkActivityIndicatorVisible(false);
+    VELUNE_SERVICE(networkActivityIndicator)->setNetworkActivityIndicatorVisible(false);
   }
 }
 

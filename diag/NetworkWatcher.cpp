@@ -23,8 +23,8 @@ void NetworkWatcher::start() {
   if (_reachability) {
     return;
   }
-  auto& reachability = VELUNE_SERVICE(reachability);
-  _reachability = reachability.createWithName(kNetworkWatcherHostName);
+  const auto reachability = VELUNE_SERVICE(reachability);
+  _reachability = reachability->createWithName(kNetworkWatcherHostName);
   if (!_reachability) {
     DRLOG(kLogErr, "Couldn't create reachability object");
     _reachabilityFlags.store(0, std::memory_order_relaxed);

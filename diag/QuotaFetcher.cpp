@@ -26,16 +26,16 @@ std::shared_ptr<QuotaFetcher> QuotaFetcher::create() {
 }
 
 void QuotaFetcher::registerForNotifications() {
-  auto& notifications = VELUNE_SERVICE(notifications);
+  const auto notifications = VELUNE_SERVICE(notifications);
   std::weak_ptr<QuotaFetcher> weakSelf = weak_from_this();
   // Delivered on the main queue: canFetch is written on the main thread only.
-  notifications.addObserver(this, std::string(platform::kApplicationDidBecomeActiveNotification),
+  notifications->addObserver(this, std::string(platform::kApplicationDidBecomeActiveNotification),
                             platform::DispatchQueue::main(), [weakSelf](const platform::Notification&) {
                               if (auto self = weakSelf.lock()) {
                                 self->didBecomeActiveNotification();
                               }
                             });
-  notifications.addObserver(this, std::string(platform::kApplicationWillResignActiveNotification),
+  notifications->addObserver(this, std::string(platform::kApplicationWillResignActiveNotification),
                             platform::DispatchQueue::main(), [weakSelf](const platform::Notification&) {
                               if (auto self = weakSelf.lock()) {
                                 self->willResignActiveNotification();
@@ -78,15 +78,15 @@ void QuotaFetcher::performFetch() {
     DRLOG(kLogDebug, "Not fetching quota. Background or offline");
     return;
   }
-  auto& quota = VELUNE_SERVICE(quota);
+  const auto quota = VELUNE_SERVICE(quota);
   platform::QuotaRequest request;
-  request.containerIdentifier = quota.cloudDocumentsContainerIdentifier();
+  request.containerIdentifier = quota->cloudDocumentsContainerIdentifier();
   request.databaseScope = platform::QuotaDatabaseScope::Private;
   request.qualityOfService = platform::QualityOfService::Utility;
   request.allowsCellularAccess = true;
   std::weak_ptr<QuotaFetcher> weakSelf = weak_from_this();
   // No check that an earlier request has finished: each tick asks anew.
-  quota.submit(std::move(request), [weakSelf](std::uint64_t bytesAvailable, std::optional<platform::Error> error) {
+  quota->submit(std::move(request), [weakSelf](std::uint64_t bytesAvailable, std::optional<platform::Error> error) {
     if (weakSelf.expired()) {
       return;  // the fetcher is gone; so is whoever wanted the value
     }

@@ -11,7 +11,7 @@
 #include <nlohmann/json.hpp>
 #include <vector>
 
-#include "diag/DRLogging.h"
+#include "platform/Log.h"
 #include "host/FileIO.h"
 
 namespace velune::host {
@@ -115,7 +115,7 @@ void DeviceMonitor::start(DeviceWatchMethod method) {
     Core& core = *core_;
     core.stopFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (core.stopFd < 0) {
-      DRLOG(kLogErr, "Cannot follow changes of the device settings: %@", std::strerror(errno));
+      PLATFORM_LOG(kLogErr, "Cannot follow changes of the device settings: %@", std::strerror(errno));
       return;
     }
     if (method == DeviceWatchMethod::Polling) {
@@ -132,7 +132,7 @@ void DeviceMonitor::start(DeviceWatchMethod method) {
       core.inotifyFd = -1;
     }
     if (core.inotifyFd < 0) {
-      DRLOG(kLogWarning, "Cannot watch %@ (%@); polling the device settings instead", core.layout.root(),
+      PLATFORM_LOG(kLogWarning, "Cannot watch %@ (%@); polling the device settings instead", core.layout.root(),
             std::strerror(watchError));
       thread_ = std::thread([core = core_] { core->pollLoop(); });
     } else {
@@ -153,7 +153,7 @@ void DeviceMonitor::Core::watchLoop() {
       if (errno == EINTR) {
         continue;
       }
-      DRLOG(kLogErr, "Stopped following the device settings: %@", std::strerror(errno));
+      PLATFORM_LOG(kLogErr, "Stopped following the device settings: %@", std::strerror(errno));
       return;
     }
     if ((fds[0].revents & POLLIN) != 0) {
@@ -196,7 +196,7 @@ void DeviceMonitor::Core::watchLoop() {
       reloadApplicationState();
     }
     if (homeGone) {
-      DRLOG(kLogWarning, "The home %@ was moved or removed; device settings are no longer followed", layout.root());
+      PLATFORM_LOG(kLogWarning, "The home %@ was moved or removed; device settings are no longer followed", layout.root());
       return;
     }
   }
@@ -241,7 +241,7 @@ void DeviceMonitor::Core::reloadConfiguration() {
   std::vector<std::string> problems;
   const DeviceConfiguration current = DeviceConfiguration::read(deviceFile(), &problems, previous);
   for (const auto& problem : problems) {
-    DRLOG(kLogWarning, "%@", problem);
+    PLATFORM_LOG(kLogWarning, "%@", problem);
   }
   if (previous == current) {
     return;
@@ -255,10 +255,10 @@ void DeviceMonitor::Core::reloadConfiguration() {
     }
   }
   if (previous.network != current.network) {
-    DRLOG(kLogDebug, "Device network is now %@", DeviceConfiguration::networkName(current.network));
+    PLATFORM_LOG(kLogDebug, "Device network is now %@", DeviceConfiguration::networkName(current.network));
   }
   if (previous.identityToken != current.identityToken) {
-    DRLOG(kLogDebug, "Device account is now %@", current.identityToken ? "signed in" : "signed out");
+    PLATFORM_LOG(kLogDebug, "Device account is now %@", current.identityToken ? "signed in" : "signed out");
   }
   for (const auto& listener : listeners) {
     (*listener)(previous, current);
@@ -271,7 +271,7 @@ void DeviceMonitor::Core::reloadApplicationState() {
   const auto state = readApplicationState(stateFile(), &problem);
   if (!state) {
     if (!problem.empty()) {
-      DRLOG(kLogWarning, "%@", problem);
+      PLATFORM_LOG(kLogWarning, "%@", problem);
     }
     return;
   }

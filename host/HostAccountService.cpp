@@ -1,6 +1,6 @@
 #include "host/HostAccountService.h"
 
-#include "diag/DRLogging.h"
+#include "platform/Log.h"
 #include "platform/NotificationService.h"
 #include "platform/Notifications.h"
 
@@ -19,7 +19,7 @@ std::shared_ptr<HostAccountService> HostAccountService::create(
         if (!strong || !strong->notifications_) {
           return;
         }
-        DRLOG(kLogDebug, "Posting %@", platform::kAccountIdentityDidChangeNotification);
+        PLATFORM_LOG(kLogDebug, "Posting %@", platform::kAccountIdentityDidChangeNotification);
         strong->notifications_->post(std::string(platform::kAccountIdentityDidChangeNotification), strong.get());
       });
   return service;

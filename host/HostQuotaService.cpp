@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <vector>
 
-#include "diag/DRLogging.h"
+#include "platform/Log.h"
 #include "platform/DispatchQueue.h"
 #include "platform/Localization.h"
 
@@ -117,7 +117,7 @@ Result<std::uint64_t> HostQuotaService::bytesAvailable(const platform::QuotaRequ
   }
   const auto stored = bytesStored(cloudRoot);
   if (!stored.ok()) {
-    DRLOG(kLogWarning, "Cannot count the cloud's bytes: %@", stored.error());
+    PLATFORM_LOG(kLogWarning, "Cannot count the cloud's bytes: %@", stored.error());
     Value::Dictionary info{{std::string(platform::kLocalizedDescriptionKey),
                             Value(platform::localized("The storage in use cannot be counted."))},
                            {std::string(platform::kUnderlyingErrorKey), Value(stored.error())}};

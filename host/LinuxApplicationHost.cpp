@@ -5,7 +5,7 @@
 
 #include <thread>
 
-#include "diag/DRLogging.h"
+#include "platform/Log.h"
 #include "platform/MainThread.h"
 #include "platform/NotificationService.h"
 #include "platform/Notifications.h"
@@ -49,7 +49,7 @@ int LinuxApplicationHost::run(int /*argc*/, char** /*argv*/, const std::optional
     delegate_->applicationWillFinishLaunchingWithOptions(*this, {});
     delegate_->applicationDidFinishLaunchingWithOptions(*this, {});
   } else {
-    DRLOG(kLogWarning, "No application delegate class named %@; the application runs without one",
+    PLATFORM_LOG(kLogWarning, "No application delegate class named %@; the application runs without one",
           delegateClassName);
   }
   applyActive(true);
@@ -60,7 +60,7 @@ int LinuxApplicationHost::run(int /*argc*/, char** /*argv*/, const std::optional
     delegate_->applicationWillResignActive(*this);
   }
   active_ = false;
-  DRLogFlush();
+  platform::Log::flush();
   return 0;
 }
 
@@ -81,7 +81,7 @@ void LinuxApplicationHost::applyActive(bool active) {
   active_ = active;
   const auto notifications = platform::Platform::services()->notifications;
   if (active) {
-    DRLOG(kLogDebug, "The application is active");
+    PLATFORM_LOG(kLogDebug, "The application is active");
     if (notifications) {
       notifications->post(std::string(platform::kApplicationDidBecomeActiveNotification), this);
     }
@@ -89,7 +89,7 @@ void LinuxApplicationHost::applyActive(bool active) {
       delegate_->applicationDidBecomeActive(*this);
     }
   } else {
-    DRLOG(kLogDebug, "The application moves to the background");
+    PLATFORM_LOG(kLogDebug, "The application moves to the background");
     if (delegate_) {
       delegate_->applicationWillResignActive(*this);
     }

@@ -13,7 +13,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "diag/DRLogging.h"
+#include "platform/Log.h"
 #include "host/FileIO.h"
 
 namespace velune::host {
@@ -334,34 +334,34 @@ bool NetlinkReachability::startLocked() {
   // Subscribe before the first reading, so that no change falls between them.
   eventSocket_ = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE);
   if (eventSocket_ < 0) {
-    DRLOG(kLogErr, "Cannot open a netlink socket: %@", std::strerror(errno));
+    PLATFORM_LOG(kLogErr, "Cannot open a netlink socket: %@", std::strerror(errno));
     return false;
   }
   sockaddr_nl address{};
   address.nl_family = AF_NETLINK;
   address.nl_groups = RTMGRP_LINK | RTMGRP_IPV4_ROUTE | RTMGRP_IPV6_ROUTE | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR;
   if (bind(eventSocket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
-    DRLOG(kLogErr, "Cannot listen to routing changes: %@", std::strerror(errno));
+    PLATFORM_LOG(kLogErr, "Cannot listen to routing changes: %@", std::strerror(errno));
     close(eventSocket_);
     eventSocket_ = -1;
     return false;
   }
   const auto tables = readTables();
   if (!tables.ok()) {
-    DRLOG(kLogErr, "Cannot read the routing tables: %@", tables.error());
+    PLATFORM_LOG(kLogErr, "Cannot read the routing tables: %@", tables.error());
     close(eventSocket_);
     eventSocket_ = -1;
     return false;
   }
   stopFd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   if (stopFd_ < 0) {
-    DRLOG(kLogErr, "Cannot follow routing changes: %@", std::strerror(errno));
+    PLATFORM_LOG(kLogErr, "Cannot follow routing changes: %@", std::strerror(errno));
     close(eventSocket_);
     eventSocket_ = -1;
     return false;
   }
   flags_ = flagsFor(tables.value());
-  DRLOG(kLogDebug, "Routing tables read: %@ links, %@ routes, flags 0x%x", tables.value().links.size(),
+  PLATFORM_LOG(kLogDebug, "Routing tables read: %@ links, %@ routes, flags 0x%x", tables.value().links.size(),
         tables.value().routes.size(), flags_);
   thread_ = std::thread([this] { listen(); });
   started_ = true;
@@ -376,7 +376,7 @@ void NetlinkReachability::listen() {
       if (errno == EINTR) {
         continue;
       }
-      DRLOG(kLogErr, "Stopped following routing changes: %@", std::strerror(errno));
+      PLATFORM_LOG(kLogErr, "Stopped following routing changes: %@", std::strerror(errno));
       return;
     }
     if ((fds[0].revents & POLLIN) != 0) {
@@ -400,7 +400,7 @@ void NetlinkReachability::listen() {
     refresh();
     if (failure != 0) {
       // A socket that keeps failing would wake this thread without end.
-      DRLOG(kLogErr, "Stopped following routing changes: %@", std::strerror(failure));
+      PLATFORM_LOG(kLogErr, "Stopped following routing changes: %@", std::strerror(failure));
       return;
     }
   }
@@ -409,7 +409,7 @@ void NetlinkReachability::listen() {
 void NetlinkReachability::refresh() {
   const auto tables = readTables();
   if (!tables.ok()) {
-    DRLOG(kLogWarning, "Cannot read the routing tables: %@", tables.error());
+    PLATFORM_LOG(kLogWarning, "Cannot read the routing tables: %@", tables.error());
     return;
   }
   const platform::ReachabilityFlags flags = flagsFor(tables.value());

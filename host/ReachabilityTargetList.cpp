@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
-#include "diag/DRLogging.h"
+#include "platform/Log.h"
 
 namespace velune::host {
 
@@ -47,7 +47,7 @@ bool looksLikeHostName(const std::string& hostName) {
 
 bool ReachabilityTargetList::isValidHostName(const std::string& hostName) {
   if (!looksLikeHostName(hostName)) {
-    DRLOG(kLogDebug, "No reachability target for the host name \"%@\"", hostName);
+    PLATFORM_LOG(kLogDebug, "No reachability target for the host name \"%@\"", hostName);
     return false;
   }
   return true;

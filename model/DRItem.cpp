@@ -172,22 +172,22 @@ bool DRItem::cacheValues() {
     resolvedURL_ = url_;
     isBookmark_ = false;
   }
-  promiseURL_ = VELUNE_SERVICE(promiseURLs).physicalURL(resolvedURL_);
+  promiseURL_ = VELUNE_SERVICE(promiseURLs)->physicalURL(resolvedURL_);
 
-  auto& resources = VELUNE_SERVICE(urlResources);
-  ScopedAccess access(resources, resolvedURL_);
+  const auto resources = VELUNE_SERVICE(urlResources);
+  ScopedAccess access(*resources, resolvedURL_);
   bool outcome = true;
-  auto coordinator = VELUNE_SERVICE(fileCoordination).makeCoordinator();
+  auto coordinator = VELUNE_SERVICE(fileCoordination)->makeCoordinator();
   // The coordinator's own refusal is not looked at: the record then stays cleared.
   (void)coordinator->coordinateReadingItemAtURL(
       resolvedURL_, platform::kReadingImmediatelyAvailableMetadataOnly, [&](const URL& readURL) {
         std::optional<Error> unreachable;
-        outcome = resources.checkPromisedItemIsReachable(readURL, &unreachable);
+        outcome = resources->checkPromisedItemIsReachable(readURL, &unreachable);
         if (!outcome) {
           access.stop();
           return;
         }
-        auto values = resources.promisedItemResourceValuesForKeys(readURL, resourceKeys());
+        auto values = resources->promisedItemResourceValuesForKeys(readURL, resourceKeys());
         if (!values.ok() && values.error().code() == platform::ErrorCode::FileNoSuchFile) {
           outcome = false;
           access.stop();
@@ -195,7 +195,7 @@ bool DRItem::cacheValues() {
         }
         if (!values.ok()) {
           DRLOG(kLogWarning, "promisedItemResourceValuesForKeys failed on %@", readURL);
-          values = resources.resourceValuesForKeys(readURL, resourceKeys());
+          values = resources->resourceValuesForKeys(readURL, resourceKeys());
           if (!values.ok()) {
             outcome = false;
             access.stop();
@@ -203,8 +203,8 @@ bool DRItem::cacheValues() {
           }
         }
         initFromKeysAndValues(values.value(), readURL);
-        canPreview_ = VELUNE_SERVICE(previews).canPreviewItemAtURL(resolvedURL_);
-        auto tags = VELUNE_SERVICE(syncURLs).tagNames(resolvedURL_);
+        canPreview_ = VELUNE_SERVICE(previews)->canPreviewItemAtURL(resolvedURL_);
+        auto tags = VELUNE_SERVICE(syncURLs)->tagNames(resolvedURL_);
         tags_ = tags.ok() ? std::optional<std::vector<std::string>>(tags.value()) : std::nullopt;
         access.stop();
       });
@@ -220,7 +220,7 @@ void DRItem::initFromKeysAndValues(const Value::Dictionary& map, const URL& url)
   typeIdentifier_ = textOf(values[ResourceKey::TypeIdentifier]);
   localizedTypeDescription_ = textOf(values[ResourceKey::LocalizedTypeDescription]);
   if (typeIdentifier_) {
-    if (auto description = VELUNE_SERVICE(typeRegistry).localizedDescription(*typeIdentifier_)) {
+    if (auto description = VELUNE_SERVICE(typeRegistry)->localizedDescription(*typeIdentifier_)) {
       localizedTypeDescription_ = std::move(description);
     }
   }
@@ -243,10 +243,10 @@ void DRItem::initFromKeysAndValues(const Value::Dictionary& map, const URL& url)
     isDirectory_ = false;
   }
   hasHiddenExtension_ = values[ResourceKey::HasHiddenExtension].boolValue();
-  isContainer_ = VELUNE_SERVICE(syncURLs).isDocumentsContainer(url);
+  isContainer_ = VELUNE_SERVICE(syncURLs)->isDocumentsContainer(url);
   if (isContainer_) {
     renameable_ = false;
-    auto container = VELUNE_SERVICE(syncContainers).containerForItemAtURL(url);
+    auto container = VELUNE_SERVICE(syncContainers)->containerForItemAtURL(url);
     if (container.ok() && container.value()) {
       localizedName_ = container.value()->localizedName();
     }
@@ -289,9 +289,9 @@ std::optional<std::string> DRItem::friendlyContentModificationDate(int dateStyle
 std::shared_ptr<ui::Image> DRItem::thumbnail() {
   if (!thumbnailFetched_) {
     thumbnailFetched_ = true;
-    auto& resources = VELUNE_SERVICE(urlResources);
-    ScopedAccess access(resources, resolvedURL_);
-    auto coordinator = VELUNE_SERVICE(fileCoordination).makeCoordinator();
+    const auto resources = VELUNE_SERVICE(urlResources);
+    ScopedAccess access(*resources, resolvedURL_);
+    auto coordinator = VELUNE_SERVICE(fileCoordination)->makeCoordinator();
     (void)coordinator->coordinateReadingItemAtURL(
         resolvedURL_, platform::kReadingImmediatelyAvailableMetadataOnly, [&](const URL& readURL) {
           updateThumbnailImage(FileUtils::getResourceValue(ResourceKey::ThumbnailDictionary, readURL));

@@ -44,17 +44,17 @@ Value FileUtils::getResourceValue(const std::string& key, const URL& url) {
   if (url.isEmpty()) {
     return Value();
   }
-  auto& resources = VELUNE_SERVICE(urlResources);
-  auto promised = resources.promisedItemResourceValueForKey(url, key);
+  const auto resources = VELUNE_SERVICE(urlResources);
+  auto promised = resources->promisedItemResourceValueForKey(url, key);
   if (promised.ok() && !promised.value().isNull()) {
     return promised.value();
   }
-  auto plain = resources.resourceValueForKey(url, key);
+  auto plain = resources->resourceValueForKey(url, key);
   return plain.ok() ? plain.value() : Value();
 }
 
 std::optional<std::string> FileUtils::containerIdForURL(const URL& url) {
-  auto container = VELUNE_SERVICE(syncContainers).containerForItemAtURL(url);
+  auto container = VELUNE_SERVICE(syncContainers)->containerForItemAtURL(url);
   if (!container.ok() || !container.value()) {
     return std::nullopt;
   }
@@ -64,7 +64,7 @@ std::optional<std::string> FileUtils::containerIdForURL(const URL& url) {
 std::optional<Error> FileUtils::containerAndRelativePathforURL(const URL& url,
                                                                std::shared_ptr<platform::SyncContainer>* container,
                                                                std::vector<std::string>* relativePathComponents) {
-  auto found = VELUNE_SERVICE(syncContainers).containerForItemAtURL(url);
+  auto found = VELUNE_SERVICE(syncContainers)->containerForItemAtURL(url);
   if (!found.ok()) {
     return found.error();
   }
@@ -76,10 +76,10 @@ std::optional<Error> FileUtils::containerAndRelativePathforURL(const URL& url,
     *container = syncContainer;
   }
   if (relativePathComponents != nullptr) {
-    auto& syncURLs = VELUNE_SERVICE(syncURLs);
+    const auto syncURLs = VELUNE_SERVICE(syncURLs);
     const auto documents = syncContainer->documentsURL();
-    const auto documentsPath = documents ? syncURLs.relativePathToCloudRoot(*documents) : std::nullopt;
-    const auto itemPath = syncURLs.relativePathToCloudRoot(url);
+    const auto documentsPath = documents ? syncURLs->relativePathToCloudRoot(*documents) : std::nullopt;
+    const auto itemPath = syncURLs->relativePathToCloudRoot(url);
     if (documentsPath && itemPath) {
       const auto documentComponents = splitComponents(*documentsPath);
       const auto itemComponents = splitComponents(*itemPath);
@@ -99,10 +99,10 @@ std::optional<std::string> FileUtils::displayableLocationForURL(const URL& url) 
   if (containerAndRelativePathforURL(url, &container, &components) || !container) {
     return std::nullopt;
   }
-  auto& containers = VELUNE_SERVICE(syncContainers);
+  const auto containers = VELUNE_SERVICE(syncContainers);
   std::string text;
-  if (container->identifier() != containers.defaultContainerIdentifier()) {
-    text = containers.localizedNameOfDefaultContainer() + kPathBarSeparator;
+  if (container->identifier() != containers->defaultContainerIdentifier()) {
+    text = containers->localizedNameOfDefaultContainer() + kPathBarSeparator;
   }
   text += container->localizedName();
   if (components.size() >= 2) {
@@ -120,17 +120,17 @@ bool FileUtils::isValidExtensionForContainer(const URL& url) {
   if (extension.empty()) {
     return true;
   }
-  auto& types = VELUNE_SERVICE(typeRegistry);
-  const std::string type = types.preferredIdentifierForExtension(extension);
+  const auto types = VELUNE_SERVICE(typeRegistry);
+  const std::string type = types->preferredIdentifierForExtension(extension);
   if (type.empty()) {
     return true;
   }
-  auto lookup = VELUNE_SERVICE(syncContainers).containerForItemAtURL(url);
+  auto lookup = VELUNE_SERVICE(syncContainers)->containerForItemAtURL(url);
   const std::shared_ptr<platform::SyncContainer> container = lookup.ok() ? lookup.value() : nullptr;
   if (!container) {
     return false;
   }
-  if (container->identifier() == VELUNE_SERVICE(syncContainers).defaultContainerIdentifier()) {
+  if (container->identifier() == VELUNE_SERVICE(syncContainers)->defaultContainerIdentifier()) {
     return true;
   }
   if (!container->documentsURL()) {
@@ -175,7 +175,7 @@ bool FileUtils::isValidExtensionForContainer(const URL& url) {
       DRLOG(kLogErr, "Expected array of strings");
       continue;
     }
-    if (types.typeConformsTo(type, *text)) {
+    if (types->typeConformsTo(type, *text)) {
       DRLOG(kLogInfo, "Extension %@ conforms to UTI %@", extension, *text);
       return true;
     }
@@ -188,13 +188,13 @@ bool FileUtils::isAudioVideoImageFile(const URL& url) {
   if (extension.empty()) {
     return false;
   }
-  auto& types = VELUNE_SERVICE(typeRegistry);
-  const std::string type = types.preferredIdentifierForExtension(extension);
+  const auto types = VELUNE_SERVICE(typeRegistry);
+  const std::string type = types->preferredIdentifierForExtension(extension);
   if (type.empty()) {
     return false;
   }
   for (const char* kind : {"public.image", "public.movie", "public.audio"}) {
-    if (types.typeConformsTo(type, kind)) {
+    if (types->typeConformsTo(type, kind)) {
       DRLOG(kLogDebug, "isAudioVideoImageFile: Extension %@ is %@ which conforms to UTI %@", extension, type, kind);
       return true;
     }
@@ -204,7 +204,7 @@ bool FileUtils::isAudioVideoImageFile(const URL& url) {
 }
 
 void FileUtils::logFileAttributes(const std::string& path) {
-  const auto attributes = VELUNE_SERVICE(fileSystem).attributesOfItemAtPath(path);
+  const auto attributes = VELUNE_SERVICE(fileSystem)->attributesOfItemAtPath(path);
   if (!attributes.ok()) {
     DRLOG(kLogErr, "Cannot get attributes of %@: %@", path, attributes.error().description());
     return;
@@ -221,7 +221,7 @@ void FileUtils::logFileAttributes(const std::string& path) {
 }
 
 std::optional<URL> FileUtils::docDir() {
-  const auto directories = VELUNE_SERVICE(fileSystem).documentDirectoryURLs();
+  const auto directories = VELUNE_SERVICE(fileSystem)->documentDirectoryURLs();
   if (directories.empty()) {
     return std::nullopt;
   }

@@ -17,25 +17,25 @@ using platform::Error;
 using platform::URL;
 
 bool FileUtils::exists(const URL& url) {
-  return VELUNE_SERVICE(fileSystem).fileExistsAtPath(url.path());
+  return VELUNE_SERVICE(fileSystem)->fileExistsAtPath(url.path());
 }
 
 bool FileUtils::isFile(const URL& url) {
   bool isDirectory = false;
-  return VELUNE_SERVICE(fileSystem).fileExistsAtPath(url.path(), &isDirectory) && !isDirectory;
+  return VELUNE_SERVICE(fileSystem)->fileExistsAtPath(url.path(), &isDirectory) && !isDirectory;
 }
 
 bool FileUtils::isDir(const URL& url) {
   bool isDirectory = false;
-  return VELUNE_SERVICE(fileSystem).fileExistsAtPath(url.path(), &isDirectory) && isDirectory;
+  return VELUNE_SERVICE(fileSystem)->fileExistsAtPath(url.path(), &isDirectory) && isDirectory;
 }
 
 std::optional<Error> FileUtils::mkdir(const URL& url) {
   DRLOG(kLogDebug, "Creating directory: '%@'", url);
   std::optional<Error> accessorError;
-  auto coordinator = VELUNE_SERVICE(fileCoordination).makeCoordinator();
+  auto coordinator = VELUNE_SERVICE(fileCoordination)->makeCoordinator();
   auto error = coordinator->coordinateWritingItemAtURL(url, platform::kWritingForReplacing, [&](const URL& newURL) {
-    if (auto failed = VELUNE_SERVICE(fileSystem).createDirectoryAtPath(newURL.path(), true)) {
+    if (auto failed = VELUNE_SERVICE(fileSystem)->createDirectoryAtPath(newURL.path(), true)) {
       DRLOG(kLogErr, "failed to create directory:'%@': %@", newURL, *failed);
       accessorError = std::move(failed);
     } else {
@@ -52,9 +52,9 @@ std::optional<Error> FileUtils::mkdir(const URL& url) {
 std::optional<Error> FileUtils::remove(const URL& url) {
   DRLOG(kLogDebug, "Removing item: '%@'", url);
   std::optional<Error> accessorError;
-  auto coordinator = VELUNE_SERVICE(fileCoordination).makeCoordinator();
+  auto coordinator = VELUNE_SERVICE(fileCoordination)->makeCoordinator();
   auto error = coordinator->coordinateWritingItemAtURL(url, platform::kWritingForDeleting, [&](const URL& newURL) {
-    if (auto failed = VELUNE_SERVICE(fileSystem).removeItemAtPath(newURL.path())) {
+    if (auto failed = VELUNE_SERVICE(fileSystem)->removeItemAtPath(newURL.path())) {
       DRLOG(kLogErr, "failed to delete item:'%@': %@", newURL, *failed);
       accessorError = std::move(failed);
     } else {
@@ -92,14 +92,14 @@ std::optional<Error> FileUtils::move(const URL& source, const URL& destinationUR
     DRLOG(kLogDebug, "Avail  dest1: '%@'", destination);
   }
   std::optional<Error> accessorError;
-  auto coordinator = VELUNE_SERVICE(fileCoordination).makeCoordinator();
+  auto coordinator = VELUNE_SERVICE(fileCoordination)->makeCoordinator();
   auto error = coordinator->coordinateWritingItemAtURL(
       source, platform::kWritingForMoving, destination, platform::kWritingForReplacing,
       [&](const URL& newSource, const URL& newDestination) {
         coordinator->itemAtURLWillMoveToURL(newSource, newDestination);
         DRLOG(kLogDebug, "Moving src2:  '%@'", newSource);
         DRLOG(kLogDebug, "Moving dest2: '%@'", newDestination);
-        if (auto failed = VELUNE_SERVICE(syncURLs).moveItemAtURL(newSource, newDestination)) {
+        if (auto failed = VELUNE_SERVICE(syncURLs)->moveItemAtURL(newSource, newDestination)) {
           DRLOG(kLogWarning, "SY Move failed: %@", *failed);
           accessorError = std::move(failed);
         } else {
@@ -127,9 +127,9 @@ URL FileUtils::generateUniquePath(const URL& url) {
 
 std::optional<std::string> FileUtils::stringByUniquingPathInsideDirectory(const std::string& directory,
                                                                           const std::string& basename) {
-  auto& fileSystem = VELUNE_SERVICE(fileSystem);
+  const auto fileSystem = VELUNE_SERVICE(fileSystem);
   auto inFolder = [&](const std::string& name) { return directory + "/" + name; };
-  if (!fileSystem.fileExistsAtPath(inFolder(basename))) {
+  if (!fileSystem->fileExistsAtPath(inFolder(basename))) {
     return std::nullopt;
   }
   const size_t slash = basename.rfind('/');
@@ -146,14 +146,14 @@ std::optional<std::string> FileUtils::stringByUniquingPathInsideDirectory(const 
   }
   for (long long n = 2;; ++n) {
     std::string candidate = platform::format("%@ %d%@", stem, n, suffix);
-    if (!fileSystem.fileExistsAtPath(inFolder(candidate))) {
+    if (!fileSystem->fileExistsAtPath(inFolder(candidate))) {
       return candidate;
     }
   }
 }
 
 void FileUtils::evictDocument(const URL& url) {
-  if (auto error = VELUNE_SERVICE(fileSystem).evictUbiquitousItemAtURL(url)) {
+  if (auto error = VELUNE_SERVICE(fileSystem)->evictUbiquitousItemAtURL(url)) {
     DRLOG(kLogWarning, "Evict error: %@", *error);
   }
 }

@@ -7,11 +7,11 @@
 namespace velune {
 
 std::optional<platform::URL> vld_URLByResolvingBookmark(const platform::URL& url) {
-  auto& syncURLs = VELUNE_SERVICE(syncURLs);
-  if (!syncURLs.isExternalDocumentReference(url)) {
+  const auto syncURLs = VELUNE_SERVICE(syncURLs);
+  if (!syncURLs->isExternalDocumentReference(url)) {
     return std::nullopt;
   }
-  auto resolved = syncURLs.resolveExternalDocumentReference(url);
+  auto resolved = syncURLs->resolveExternalDocumentReference(url);
   if (!resolved.ok()) {
     return std::nullopt;  // a reference that cannot be followed resolves to nothing
   }
@@ -22,15 +22,15 @@ std::optional<platform::URL> vld_URLByResolvingBookmark(const platform::URL& url
 }
 
 std::optional<platform::URL> vld_URLByResolvingPromise(const platform::URL& url) {
-  auto& promises = VELUNE_SERVICE(promiseURLs);
-  if (!promises.isPlaceholderURL(url)) {
+  const auto promises = VELUNE_SERVICE(promiseURLs);
+  if (!promises->isPlaceholderURL(url)) {
     return std::nullopt;
   }
-  auto logical = promises.logicalURLForPlaceholderURL(url);
+  auto logical = promises->logicalURLForPlaceholderURL(url);
   if (!logical) {
     return std::nullopt;
   }
-  return promises.recordPhysicalURL(*logical, url);
+  return promises->recordPhysicalURL(*logical, url);
 }
 
 }  // namespace velune

@@ -4,10 +4,12 @@
 // implementations at start; tests install fakes or a host on a temporary home
 // the same way.
 //
-// Services are read through a snapshot (Platform::services()), so a test that
-// installs new services never pulls the rug from under a running reader.
-// Install before starting work that uses them; a missing service is a wiring
-// mistake and Platform::require() aborts with its name.
+// Services are read through a snapshot (Platform::services()) or as owning
+// handles (Platform::require()), so installing new services (as a test home
+// does) never frees a service under a caller that still uses it: the old one
+// lives until its last handle goes. Install before starting work that uses
+// them; a missing service is a wiring mistake and require() aborts with its
+// name.
 
 #include <memory>
 #include <string>
@@ -59,15 +61,16 @@ class Platform {
   static std::shared_ptr<const Services> services();
   static void install(Services services);
 
-  // The service, or an abort naming the missing service.
+  // The service (never null), or an abort naming the missing service. The
+  // handle keeps the service alive: hold it for as long as the service is used.
   template <typename T>
-  static T& require(std::shared_ptr<T> Services::*member, const char* name) {
+  static std::shared_ptr<T> require(std::shared_ptr<T> Services::*member, const char* name) {
     const auto snapshot = services();
-    T* service = ((*snapshot).*member).get();
+    std::shared_ptr<T> service = (*snapshot).*member;
     if (service == nullptr) {
       missing(name);
     }
-    return *service;
+    return service;
   }
 
  private:
@@ -76,6 +79,6 @@ class Platform {
 
 }  // namespace velune::platform
 
-// The installed service of that name, or an abort naming it:
-//   VELUNE_SERVICE(fileSystem).fileExistsAtPath(path)
+// An owning handle of the installed service of that name, or an abort naming it:
+//   VELUNE_SERVICE(fileSystem)->fileExistsAtPath(path)
 #define VELUNE_SERVICE(name) ::velune::platform::Platform::require(&::velune::platform::Services::name, #name)

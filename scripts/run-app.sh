@@ -7,4 +7,4 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh
 cmake --preset release >/dev/null
 cmake --build --preset release
-exec build/release/host/velunedriveapp "$@"
+exec build/release/programs/velunedriveapp "$@"

@@ -11,6 +11,9 @@ scripts/setup.sh
 start=$(date +%s)
 step() { echo; echo "== $* ($(( $(date +%s) - start ))s)"; }
 
+step "layers: every include follows the allowed arrows"
+scripts/check-includes.sh
+
 step "g++, address + undefined sanitizers"
 cmake --preset asan >/dev/null
 cmake --build --preset asan

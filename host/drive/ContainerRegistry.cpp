@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "diag/DRLogging.h"
+#include "platform/Log.h"
 #include "host/FileIO.h"
 #include "host/JsonValue.h"
 #include "host/drive/FileOperations.h"
@@ -124,7 +124,7 @@ void ContainerRegistry::reloadIfChanged() {
   // Log each problem once per version of the file, not at every lookup.
   if (!loaded_ || !(file == fileStamp_)) {
     for (const auto& text : problems) {
-      DRLOG(kLogErr, "Containers: %@ (%@)", text, path_);
+      PLATFORM_LOG(kLogErr, "Containers: %@ (%@)", text, path_);
     }
   }
   std::vector<std::shared_ptr<const ContainerDeclaration>> all;

@@ -2,7 +2,7 @@
 
 #include <sys/stat.h>
 
-#include "diag/DRLogging.h"
+#include "platform/Log.h"
 #include "host/drive/DrivePaths.h"
 #include "host/drive/HostSyncURLService.h"
 
@@ -38,7 +38,7 @@ void CoordinationCore::startWatching() {
   auto watcher =
       std::make_unique<DriveWatcher>(drive_->root(), [this](const std::vector<DriveEvent>& events) { handle(events); });
   if (auto error = watcher->start()) {
-    DRLOG(kLogErr, "Cannot watch the drive for changes made elsewhere: %@", *error);
+    PLATFORM_LOG(kLogErr, "Cannot watch the drive for changes made elsewhere: %@", *error);
     watchingFailed_ = true;
     return;
   }
@@ -58,7 +58,7 @@ void CoordinationCore::handle(const std::vector<DriveEvent>& events) {
         presenters_.itemDeleted(event.path, nullptr, /*waitForPresenters=*/false);
         break;
       case DriveEvent::Kind::Rescan:
-        DRLOG(kLogWarning, "Some changes to the drive were not seen one by one; every presenter refreshes");
+        PLATFORM_LOG(kLogWarning, "Some changes to the drive were not seen one by one; every presenter refreshes");
         presenters_.everythingChanged();
         break;
     }

@@ -12,7 +12,7 @@
 #include <nlohmann/json.hpp>
 #include <unordered_map>
 
-#include "diag/DRLogging.h"
+#include "platform/Log.h"
 #include "host/FileIO.h"
 #include "host/drive/DrivePaths.h"
 #include "host/drive/ReadScope.h"
@@ -404,7 +404,7 @@ std::optional<Error> Drive::createDirectory(const std::string& rawPath, bool wit
   for (const auto& folder : made) {
     const std::string cloudFolder = cloudPath(*relativeTo(folder, root_));
     if (const int error = operations_.makeDirectories(cloudFolder)) {
-      DRLOG(kLogWarning, "Cannot make the folder %@ on the server: %@", cloudFolder,
+      PLATFORM_LOG(kLogWarning, "Cannot make the folder %@ on the server: %@", cloudFolder,
             driveWriteError(error, cloudFolder));
       undo();
       return driveWriteError(error, path);
@@ -421,7 +421,7 @@ std::optional<Error> Drive::removeLocal(const std::string& path) {
       }
       const int sidecarError = operations_.unlinkFile(sidecarPathFor(path));
       if (sidecarError != 0 && sidecarError != ENOENT) {
-        DRLOG(kLogWarning, "Cannot remove the attributes of %@: %@", path, driveWriteError(sidecarError, path));
+        PLATFORM_LOG(kLogWarning, "Cannot remove the attributes of %@: %@", path, driveWriteError(sidecarError, path));
       }
       // A stale placeholder beside a present item goes with it.
       operations_.unlinkFile(placeholderPathFor(path));
@@ -463,7 +463,7 @@ std::optional<Error> Drive::removeItem(const std::string& rawPath) {
   const std::string cloudItem = cloudPath(*relative);
   if (lexists(cloudItem)) {
     if (const int error = operations_.removeTree(cloudItem)) {
-      DRLOG(kLogWarning, "Deleted %@ here but not on the server: %@", path, driveWriteError(error, cloudItem));
+      PLATFORM_LOG(kLogWarning, "Deleted %@ here but not on the server: %@", path, driveWriteError(error, cloudItem));
       return driveWriteError(error, path);
     }
   }
@@ -509,7 +509,7 @@ std::optional<Error> Drive::moveLocal(const std::string& from, const std::string
   // The attributes travel with the item; a stale sidecar at the new name is not its.
   if (lexists(sidecarPathFor(from))) {
     if (const int error = operations_.renameReplacing(sidecarPathFor(from), sidecarPathFor(to))) {
-      DRLOG(kLogWarning, "The attributes of %@ stayed behind: %@", to, driveWriteError(error, to));
+      PLATFORM_LOG(kLogWarning, "The attributes of %@ stayed behind: %@", to, driveWriteError(error, to));
     }
   } else if (lexists(sidecarPathFor(to))) {
     operations_.unlinkFile(sidecarPathFor(to));
@@ -569,7 +569,7 @@ std::optional<Error> Drive::moveItem(const std::string& rawFrom, const std::stri
     return error;
   }
   if (auto error = mirrorMove(*fromRelative, *toRelative)) {
-    DRLOG(kLogWarning, "Moving %@ on the server failed, moving it back: %@", *from, *error);
+    PLATFORM_LOG(kLogWarning, "Moving %@ on the server failed, moving it back: %@", *from, *error);
     undoLocalMove(*from, *to, state);
     return error;
   }

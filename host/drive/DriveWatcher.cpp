@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "diag/DRLogging.h"
+#include "platform/Log.h"
 #include "host/drive/DrivePaths.h"
 
 namespace velune::host {
@@ -95,7 +95,7 @@ void DriveWatcher::addWatchTree(const std::string& path) {
   const int wd = ::inotify_add_watch(inotify_, path.c_str(), kWatchMask);
   if (wd < 0) {
     if (errno == ENOSPC) {
-      DRLOG(kLogWarning, "Too many folders to watch; changes inside %@ are not seen", path);
+      PLATFORM_LOG(kLogWarning, "Too many folders to watch; changes inside %@ are not seen", path);
     }
     return;
   }
@@ -297,7 +297,7 @@ void DriveWatcher::run() {
   while (true) {
     pollfd fds[2] = {{inotify_, POLLIN, 0}, {wakeup_, POLLIN, 0}};
     if (::poll(fds, 2, -1) < 0 && errno != EINTR) {
-      DRLOG(kLogErr, "Watching the drive stopped: %@", platform::Error::posix(errno));
+      PLATFORM_LOG(kLogErr, "Watching the drive stopped: %@", platform::Error::posix(errno));
       break;
     }
     if ((fds[1].revents & POLLIN) != 0) {

@@ -4,7 +4,7 @@
 #include <stdlib.h>
 #include <sys/stat.h>
 
-#include "diag/DRLogging.h"
+#include "platform/Log.h"
 #include "host/drive/DrivePaths.h"
 #include "host/drive/ReadScope.h"
 #include "platform/Localization.h"
@@ -105,7 +105,7 @@ std::optional<Error> HostFileCoordinator::coordinateReadingItemAtURL(const URL& 
   if (needsContents && !lexists(*path) && lexists(placeholderPathFor(*path))) {
     auto materializer = core_->materializer();
     if (!materializer) {
-      DRLOG(kLogWarning, "%@ is only in the cloud and this phone cannot download it", *path);
+      PLATFORM_LOG(kLogWarning, "%@ is only in the cloud and this phone cannot download it", *path);
       return Error::platform(
           ErrorCode::CloudFileUnavailable,
           {{std::string(platform::kFilePathErrorKey), platform::Value(*path)},

@@ -2,7 +2,7 @@
 
 #include <sys/stat.h>
 
-#include "diag/DRLogging.h"
+#include "platform/Log.h"
 #include "platform/Format.h"
 
 namespace velune::host {
@@ -25,7 +25,7 @@ std::optional<platform::URL> HostSyncContainer::documentsURL() const {
 }
 
 std::optional<platform::Error> HostSyncContainer::deleteAllContentsOnClientAndServer() {
-  DRLOG(kLogInfo, "Emptying container %@ here and on the server", declaration_->identifier);
+  PLATFORM_LOG(kLogInfo, "Emptying container %@ here and on the server", declaration_->identifier);
   return drive_->deleteContainerContents(declaration_->identifier);
 }
 

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "diag/DRLogging.h"
+#include "platform/Log.h"
 #include "host/drive/DrivePaths.h"
 #include "host/drive/HostSyncURLService.h"
 #include "host/drive/ReadScope.h"
@@ -232,7 +232,7 @@ bool HostURLResourceService::startAccessingSecurityScopedResource(const URL& url
 void HostURLResourceService::stopAccessingSecurityScopedResource(const URL& url) {
   if (accesses_.fetch_sub(1) <= 0) {
     accesses_.fetch_add(1);
-    DRLOG(kLogWarning, "Access to %@ stopped but never started", url);
+    PLATFORM_LOG(kLogWarning, "Access to %@ stopped but never started", url);
   }
 }
 
@@ -281,7 +281,7 @@ platform::Result<Value::Dictionary> HostURLResourceService::valuesOfPresentItem(
     if (read.ok()) {
       facts.attributes = read.value();
     } else {
-      DRLOG(kLogWarning, "Cannot read the attributes of %@: %@", path, read.error());
+      PLATFORM_LOG(kLogWarning, "Cannot read the attributes of %@: %@", path, read.error());
     }
   }
   facts.type = typeForName(splitParent(path).second, facts.isDirectory, isLink, &facts.isPackage);
@@ -297,12 +297,12 @@ platform::Result<Value::Dictionary> HostURLResourceService::valuesOfPlaceholder(
   auto metadata = drive_->readPlaceholder(logicalPath, &problems);
   if (!metadata.ok()) {
     if (metadata.error().code() == platform::ErrorCode::FileReadCorruptFile) {
-      DRLOG(kLogWarning, "Placeholder of %@ is not readable: %@", logicalPath, metadata.error());
+      PLATFORM_LOG(kLogWarning, "Placeholder of %@ is not readable: %@", logicalPath, metadata.error());
     }
     return metadata.error();
   }
   for (const auto& problem : problems) {
-    DRLOG(kLogWarning, "Placeholder of %@: %@", logicalPath, problem);
+    PLATFORM_LOG(kLogWarning, "Placeholder of %@: %@", logicalPath, problem);
   }
   const PlaceholderMetadata& data = metadata.value();
   ItemFacts facts;

@@ -2,7 +2,7 @@
 
 #include <condition_variable>
 
-#include "diag/DRLogging.h"
+#include "platform/Log.h"
 #include "host/drive/DrivePaths.h"
 #include "host/drive/HostSyncURLService.h"
 #include "platform/DispatchQueue.h"
@@ -130,7 +130,7 @@ void PresenterRegistry::itemDeleted(const std::string& path, const FilePresenter
   };
   auto handler = [finished](std::optional<platform::Error> error) {
     if (error) {
-      DRLOG(kLogWarning, "A presenter could not accommodate a deletion: %@", *error);
+      PLATFORM_LOG(kLogWarning, "A presenter could not accommodate a deletion: %@", *error);
     }
     finished();
   };
@@ -155,7 +155,7 @@ void PresenterRegistry::itemDeleted(const std::string& path, const FilePresenter
   }
   std::unique_lock lock(waiter->mutex);
   if (!waiter->done.wait_for(lock, kAccommodationTimeout, [&] { return waiter->pending <= 0; })) {
-    DRLOG(kLogWarning, "Deleting %@ without waiting longer for %d presenters", path, waiter->pending);
+    PLATFORM_LOG(kLogWarning, "Deleting %@ without waiting longer for %d presenters", path, waiter->pending);
   }
 }
 

@@ -35,7 +35,7 @@ std::string vdtoolPath() {
   }
   std::string path(self, static_cast<size_t>(length));
   path = path.substr(0, path.rfind('/'));  // .../tests
-  return path.substr(0, path.rfind('/')) + "/host/vdtool";
+  return path.substr(0, path.rfind('/')) + "/programs/vdtool";
 }
 
 class VdtoolTest : public ::testing::Test {

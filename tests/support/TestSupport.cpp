@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "diag/DRLogging.h"
+#include "diag/DRPlatformLogSink.h"
 #include "host/JsonPreferencesStore.h"
 #include "host/PosixFileSystem.h"
 #include "platform/RunLoop.h"
@@ -37,6 +38,8 @@ ProcessWide& processWide() {
       std::abort();
     }
     made->scratch = pattern;
+    // Host and platform records reach the memory logs through the app's log client, as in the programs.
+    DRPlatformLogSink::install();
     return made;
   }();
   return *state;

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "host/tools/vdtool/DriveArguments.h"
+#include "programs/vdtool/DriveArguments.h"
 #include "model/DRItem.h"
 #include "platform/Platform.h"
 #include "platform/URLResourceService.h"
@@ -53,7 +53,7 @@ int runItem(VdtoolContext& context, const std::vector<std::string>& arguments) {
   auto item = DRItem::initWithURL(itemURL);
   if (!item) {
     std::optional<platform::Error> why;
-    VELUNE_SERVICE(urlResources).checkPromisedItemIsReachable(itemURL, &why);
+    VELUNE_SERVICE(urlResources)->checkPromisedItemIsReachable(itemURL, &why);
     DriveArguments::printError(
         why ? *why
             : platform::Error::platform(platform::ErrorCode::FileReadUnknown,

@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "host/HostQuotaService.h"
-#include "host/tools/vdtool/VdtoolCommand.h"
+#include "programs/vdtool/VdtoolCommand.h"
 #include "platform/Platform.h"
 
 namespace velune::host::vdtool {
@@ -18,16 +18,16 @@ int runQuota(VdtoolContext& /*context*/, const std::vector<std::string>& argumen
     std::fprintf(stderr, "usage: vdtool quota\n");
     return kExitUsage;
   }
-  auto& quota = VELUNE_SERVICE(quota);
+  const auto quota = VELUNE_SERVICE(quota);
   platform::QuotaRequest request;
-  request.containerIdentifier = quota.cloudDocumentsContainerIdentifier();
+  request.containerIdentifier = quota->cloudDocumentsContainerIdentifier();
 
   std::mutex mutex;
   std::condition_variable done;
   bool finished = false;
   std::uint64_t bytes = 0;
   std::optional<platform::Error> failure;
-  quota.submit(request, [&](std::uint64_t available, std::optional<platform::Error> error) {
+  quota->submit(request, [&](std::uint64_t available, std::optional<platform::Error> error) {
     std::lock_guard lock(mutex);
     bytes = available;
     failure = std::move(error);

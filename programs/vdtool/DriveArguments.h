@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "host/drive/Drive.h"
-#include "host/tools/vdtool/VdtoolCommand.h"
+#include "programs/vdtool/VdtoolCommand.h"
 #include "platform/Error.h"
 #include "platform/Result.h"
 #include "platform/URL.h"

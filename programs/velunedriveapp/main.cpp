@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "app/main.h"
+#include "diag/DRPlatformLogSink.h"
 #include "host/HomeLayout.h"
 #include "host/HostPlatform.h"
 #include "host/JsonPreferencesStore.h"
@@ -129,5 +130,7 @@ int main(int argc, char** argv) {
     }
   }
   velune::platform::Platform::install(velune::host::HostPlatform::makeServices(options));
+  // The host's own records go to the app's log client, like the app's.
+  velune::DRPlatformLogSink::install();
   return velune::main(argc, argv);
 }

@@ -6,8 +6,8 @@
 
 #include "host/DeviceConfiguration.h"
 #include "host/DeviceSettingsEditor.h"
-#include "host/tools/vdtool/DeviceCommandSupport.h"
-#include "host/tools/vdtool/VdtoolCommand.h"
+#include "programs/vdtool/DeviceCommandSupport.h"
+#include "programs/vdtool/VdtoolCommand.h"
 
 namespace velune::host::vdtool {
 namespace {

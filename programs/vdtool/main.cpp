@@ -12,9 +12,10 @@
 #include <vector>
 
 #include "diag/DRLogging.h"
+#include "diag/DRPlatformLogSink.h"
 #include "host/HostPlatform.h"
 #include "host/MemoryConsoleLog.h"
-#include "host/tools/vdtool/VdtoolCommand.h"
+#include "programs/vdtool/VdtoolCommand.h"
 
 namespace velune::host::vdtool {
 
@@ -84,6 +85,7 @@ int main(int argc, char** argv) {
     services.consoleLog = std::make_shared<MemoryConsoleLog>();  // keep standard error for results
   }
   velune::platform::Platform::install(std::move(services));
+  velune::DRPlatformLogSink::install();
 
   VdtoolContext context{HomeLayout(home), verbose};
   const int status = found->second.run(context, arguments);

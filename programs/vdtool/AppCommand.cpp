@@ -6,7 +6,7 @@
 #include <cstdio>
 
 #include "host/DeviceMonitor.h"
-#include "host/tools/vdtool/VdtoolCommand.h"
+#include "programs/vdtool/VdtoolCommand.h"
 
 namespace velune::host::vdtool {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <cstdio>
 
-#include "diag/DRLogging.h"
-#include "host/tools/vdtool/DriveArguments.h"
+#include "platform/Log.h"
+#include "programs/vdtool/DriveArguments.h"
 #include "model/FileUtils.h"
 #include "platform/Platform.h"
 #include "platform/SyncContainer.h"
@@ -18,18 +18,18 @@ namespace {
 using platform::URL;
 
 std::optional<platform::Error> removeContainer(const URL& url) {
-  auto& containers = VELUNE_SERVICE(syncContainers);
-  auto container = containers.containerForItemAtURL(url);
+  const auto containers = VELUNE_SERVICE(syncContainers);
+  auto container = containers->containerForItemAtURL(url);
   if (!container.ok()) {
     return container.error();
   }
-  if (!container.value() || container.value()->identifier() == containers.defaultContainerIdentifier()) {
-    DRLOG(kLogErr, "NOT Deleting root container %@", url);
+  if (!container.value() || container.value()->identifier() == containers->defaultContainerIdentifier()) {
+    PLATFORM_LOG(kLogErr, "NOT Deleting root container %@", url);
     return platform::Error::platform(platform::ErrorCode::FileWriteNoPermission,
                                      {{std::string(platform::kLocalizedDescriptionKey),
                                        platform::Value(std::string("The drive’s own container cannot be deleted."))}});
   }
-  DRLOG(kLogInfo, "Deleting container %@", *container.value());
+  PLATFORM_LOG(kLogInfo, "Deleting container %@", *container.value());
   return container.value()->deleteAllContentsOnClientAndServer();
 }
 
@@ -45,7 +45,7 @@ int runRm(VdtoolContext& context, const std::vector<std::string>& arguments) {
   }
   return DriveArguments::forEach(paths, [&](const std::string& path) {
     const URL url = drive.url(path);
-    return VELUNE_SERVICE(syncURLs).isDocumentsContainer(url) ? removeContainer(url) : FileUtils::remove(url);
+    return VELUNE_SERVICE(syncURLs)->isDocumentsContainer(url) ? removeContainer(url) : FileUtils::remove(url);
   });
 }
 

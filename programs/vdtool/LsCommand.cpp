@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "host/tools/vdtool/DriveArguments.h"
+#include "programs/vdtool/DriveArguments.h"
 #include "model/DRItem.h"
 #include "platform/Platform.h"
 #include "platform/SyncContainer.h"
@@ -50,7 +50,7 @@ int runLs(VdtoolContext& context, const std::vector<std::string>& arguments) {
   }
   std::vector<platform::URL> urls;
   if (paths.empty()) {
-    for (const auto& container : VELUNE_SERVICE(syncContainers).allContainers()) {
+    for (const auto& container : VELUNE_SERVICE(syncContainers)->allContainers()) {
       if (auto documents = container->documentsURL()) {
         urls.push_back(*documents);
       }

@@ -14,7 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "host/tools/vdtool/DriveArguments.h"
+#include "programs/vdtool/DriveArguments.h"
 
 namespace velune::host::vdtool {
 namespace {

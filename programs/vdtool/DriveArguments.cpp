@@ -1,4 +1,4 @@
-#include "host/tools/vdtool/DriveArguments.h"
+#include "programs/vdtool/DriveArguments.h"
 
 #include <sys/stat.h>
 
@@ -54,7 +54,7 @@ platform::Result<std::string> DriveArguments::path(const std::string& argument) 
     const size_t slash = argument.find('/');
     const std::string first = argument.substr(0, slash);
     const std::string rest = slash == std::string::npos ? std::string() : argument.substr(slash + 1);
-    for (const auto& container : VELUNE_SERVICE(syncContainers).allContainers()) {
+    for (const auto& container : VELUNE_SERVICE(syncContainers)->allContainers()) {
       if (container->identifier() == first) {
         path = joinPath(drive_.root(), argument);
         break;

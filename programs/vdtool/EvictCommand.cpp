@@ -4,8 +4,8 @@
 
 #include <cstdio>
 
-#include "diag/DRLogging.h"
-#include "host/tools/vdtool/DriveArguments.h"
+#include "platform/Log.h"
+#include "programs/vdtool/DriveArguments.h"
 #include "platform/FileSystem.h"
 #include "platform/Platform.h"
 
@@ -23,9 +23,9 @@ int runEvict(VdtoolContext& context, const std::vector<std::string>& arguments) 
     return kExitFailure;
   }
   return DriveArguments::forEach(paths, [&](const std::string& path) {
-    auto error = VELUNE_SERVICE(fileSystem).evictUbiquitousItemAtURL(drive.url(path));
+    auto error = VELUNE_SERVICE(fileSystem)->evictUbiquitousItemAtURL(drive.url(path));
     if (error) {
-      DRLOG(kLogWarning, "Evict error: %@", *error);
+      PLATFORM_LOG(kLogWarning, "Evict error: %@", *error);
     }
     return error;
   });

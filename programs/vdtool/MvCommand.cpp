@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "host/tools/vdtool/DriveArguments.h"
+#include "programs/vdtool/DriveArguments.h"
 #include "model/FileUtils.h"
 
 namespace velune::host::vdtool {
