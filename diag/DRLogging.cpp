@@ -58,15 +58,20 @@ const std::string& displayedFunctionName(const char* functionName) {
 
 void buildAndSend(const PendingMessage& pending) {
   DRZSLClient& client = DRZSLClient::ZSLClient();
+  const DRZSLClient::Sinks& sinks = client.sinks();
   // Messages are sent as UTF-8: stray bytes become U+FFFD.
   const std::optional<std::string> text =
       pending.message ? std::optional<std::string>(platform::validUTF8(*pending.message)) : std::nullopt;
-  if (auto record = client.systemLog().newRecord()) {
+  const auto& clock = platform::Clock::current();
+  const std::optional<platform::Date> precise = clock.preciseNow();
+  const platform::Date time = precise ? *precise : clock.now();
+  const std::string& function = displayedFunctionName(pending.functionName);
+
+  if (auto record = sinks.systemLog->newRecord()) {
     std::call_once(gProcessBuffersOnce, fillProcessBuffers);
 
     char buffer[64];
-    const auto& clock = platform::Clock::current();
-    if (const auto precise = clock.preciseNow()) {
+    if (precise) {
       const double seconds = std::floor(precise->timeIntervalSince1970());
       const auto micros = static_cast<int>(
           std::min(999999.0, std::round((precise->timeIntervalSince1970() - seconds) * 1e6)));
@@ -74,7 +79,7 @@ void buildAndSend(const PendingMessage& pending) {
       std::snprintf(buffer, sizeof buffer, "%d", micros * 1000);
       record->set("TimeNanoSec", buffer);
     } else {
-      record->set("Time", number(static_cast<unsigned long>(std::floor(clock.now().timeIntervalSince1970()))));
+      record->set("Time", number(static_cast<unsigned long>(std::floor(time.timeIntervalSince1970()))));
     }
 
     const int level = pending.level >= 0 && pending.level <= 7 ? pending.level : 9;
@@ -90,7 +95,7 @@ void buildAndSend(const PendingMessage& pending) {
       std::snprintf(buffer, sizeof buffer, "%u", pending.line);
       record->set("Line", buffer);
     }
-    record->set("Function", displayedFunctionName(pending.functionName));
+    record->set("Function", function);
     record->set("DRFacility", pending.facility);
     if (client.logLevel() >= 6) {
       record->set("DRLogToFile", "1");
@@ -103,9 +108,21 @@ void buildAndSend(const PendingMessage& pending) {
         record->set(key, value.description());
       }
     }
-    client.systemLog().send(client.zslClient(), *record);
+    sinks.systemLog->send(sinks.zslClient, *record);
   }
-  client.consoleLog().write(text ? *text : std::string("(null)"));
+  const std::string consoleText = text ? *text : std::string("(null)");
+  sinks.consoleLog->write(consoleText);
+  if (sinks.tee) {
+    platform::LogRecord copy;
+    copy.level = pending.level;
+    copy.time = time;
+    copy.message = consoleText;
+    copy.source = pending.sourceFile;
+    copy.line = pending.line;
+    copy.function = function;
+    copy.thread = pending.queueLabel;
+    sinks.tee->publish(std::move(copy));
+  }
 }
 
 }  // namespace
@@ -149,7 +166,7 @@ void DRLogSendMessage(const char* sourceFile, const char* functionName, unsigned
 void _VeluneDriveLogTest() {
   DRZSLClient& client = DRZSLClient::ZSLClient();
   const auto line = platform::format("ZSL log level is %@", DRLogLevelForZSL());
-  client.performLoggingBlock([&client, line] { client.consoleLog().write(line); });
+  client.performLoggingBlock([&client, line] { client.sinks().consoleLog->write(line); });
   DRLOG(kLogDebug, "LOG_DEBUG");
   DRLOG(kLogInfo, "LOG_INFO");
   DRLOG(kLogWarning, "LOG_WARNING");

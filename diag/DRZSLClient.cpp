@@ -58,28 +58,69 @@ DRZSLClient& DRZSLClient::ZSLClient() {
 }
 
 DRZSLClient::DRZSLClient() {
-  const auto services = Platform::services();
-  systemLog_ = services->systemLog ? services->systemLog : std::make_shared<NoSystemLog>();
-  consoleLog_ = services->consoleLog ? services->consoleLog : std::make_shared<StandardErrorConsole>();
   logQueue_ = DispatchQueue::createSerial(kLogQueueLabel, QualityOfService::Utility, -15);
   logQueue_->sync([this] {
-    zslClient_ = systemLog_->open(nullptr, kLogFacility, 0);
+    (void)sinks();
     _setLogLevelFromDefaults();
   });
 }
 
 DRZSLClient::~DRZSLClient() {
   logQueue_->sync([this] {
-    systemLog_->close(zslClient_);
-    zslClient_ = nullptr;
+    if (sinksResolved_) {
+      sinks_.systemLog->close(sinks_.zslClient);
+      sinks_.zslClient = nullptr;
+    }
   });
+}
+
+const DRZSLClient::Sinks& DRZSLClient::sinks() {
+  // Most records find the services unchanged: one atomic load.
+  const std::uint64_t generation = Platform::generation();
+  if (sinksResolved_ && generation == sinksGeneration_) {
+    return sinks_;
+  }
+  const auto services = Platform::services();
+  sinksGeneration_ = generation;
+
+  std::shared_ptr<platform::SystemLog> systemLog = services->systemLog;
+  if (!systemLog) {
+    // Keep the stand-in across reinstalls that still have no system log.
+    systemLog = sinksResolved_ && dynamic_cast<NoSystemLog*>(sinks_.systemLog.get())
+                    ? sinks_.systemLog
+                    : std::make_shared<NoSystemLog>();
+  }
+  if (!sinksResolved_ || systemLog != sinks_.systemLog) {
+    if (sinksResolved_) {
+      // What the old log still buffers is written before it is left.
+      sinks_.systemLog->flush();
+      sinks_.systemLog->close(sinks_.zslClient);
+    }
+    sinks_.systemLog = std::move(systemLog);
+    sinks_.zslClient = sinks_.systemLog->open(nullptr, kLogFacility, 0);
+    // A new log starts with the level already chosen (the constructor chooses
+    // it right after the first resolution).
+    sinks_.systemLog->setFilterMask(sinks_.zslClient, DRLogFilterMask(logLevelForZSL()));
+  }
+
+  if (services->consoleLog) {
+    sinks_.consoleLog = services->consoleLog;
+  } else if (!sinks_.consoleLog || !dynamic_cast<StandardErrorConsole*>(sinks_.consoleLog.get())) {
+    sinks_.consoleLog = std::make_shared<StandardErrorConsole>();
+  }
+  sinks_.tee = services->logRecordTee;
+  sinksResolved_ = true;
+  return sinks_;
 }
 
 int DRZSLClient::logLevelForZSL() const { return std::min(logLevel(), 7); }
 
 void DRZSLClient::setLogLevel(int level) {
   logLevel_.store(level, std::memory_order_relaxed);
-  logQueue_->sync([this] { systemLog_->setFilterMask(zslClient_, DRLogFilterMask(logLevelForZSL())); });
+  logQueue_->sync([this] {
+    const Sinks& current = sinks();
+    current.systemLog->setFilterMask(current.zslClient, DRLogFilterMask(logLevelForZSL()));
+  });
 }
 
 void DRZSLClient::performLoggingBlock(std::function<void()> block) {
@@ -111,7 +152,7 @@ void DRZSLClient::drain() {
     }
     batch.clear();
   }
-  systemLog_->flush();
+  sinks().systemLog->flush();
 }
 
 void DRZSLClient::_setLogLevelFromDefaults() {
@@ -142,7 +183,8 @@ void DRZSLClient::_setLogLevelFromDefaults() {
   }
 
   logLevel_.store(level, std::memory_order_relaxed);
-  systemLog_->setFilterMask(zslClient_, DRLogFilterMask(logLevelForZSL()));
+  const Sinks& current = sinks();
+  current.systemLog->setFilterMask(current.zslClient, DRLogFilterMask(logLevelForZSL()));
 
   if (!marker && level < 8) {
     platform::ProcessInfo::unsetEnvironmentVariable(kQuotaDisabledEnvironmentVariable);

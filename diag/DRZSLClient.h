@@ -9,10 +9,13 @@
 // posted. Records are built, sent and echoed to the console on that queue,
 // one at a time, in submission order.
 //
-// The SystemLog and ConsoleLog are those installed when the client is made.
-// The PreferencesStore and FileSystem that choose the level are read at each
-// choice; they must not log while doing so (the client may be under
-// construction).
+// The sinks (SystemLog, ConsoleLog and the LogRecordTee of live viewers) are
+// those of the installed services when a record is built: after a reinstall
+// the next record goes to the new ones (the old system log client is closed,
+// a new one opened with the current filter mask). Before any are installed,
+// records go to standard error alone. The PreferencesStore and FileSystem
+// that choose the level are read at each choice; they must not log while
+// doing so (the client may be under construction).
 
 #include <atomic>
 #include <functional>
@@ -22,6 +25,7 @@
 
 #include "platform/ConsoleLog.h"
 #include "platform/DispatchQueue.h"
+#include "platform/LogRecordTee.h"
 #include "platform/SystemLog.h"
 
 namespace velune {
@@ -54,9 +58,15 @@ class DRZSLClient {
   // Chooses the level from the preference and the marker file. Runs on the log queue.
   void _setLogLevelFromDefaults();
 
-  platform::SystemLog& systemLog() const { return *systemLog_; }
-  platform::SystemLog::Client* zslClient() const { return zslClient_; }
-  platform::ConsoleLog& consoleLog() const { return *consoleLog_; }
+  // Where records go: the installed services' sinks, resolved again after
+  // each install. Log queue only.
+  struct Sinks {
+    std::shared_ptr<platform::SystemLog> systemLog;  // never null
+    platform::SystemLog::Client* zslClient = nullptr;
+    std::shared_ptr<platform::ConsoleLog> consoleLog;  // never null
+    std::shared_ptr<platform::LogRecordTee> tee;      // may be null
+  };
+  const Sinks& sinks();
 
   // Closes the system log on the log queue. The shared instance is never
   // destroyed.
@@ -67,9 +77,10 @@ class DRZSLClient {
  private:
   DRZSLClient();
 
-  std::shared_ptr<platform::SystemLog> systemLog_;
-  std::shared_ptr<platform::ConsoleLog> consoleLog_;
-  platform::SystemLog::Client* zslClient_ = nullptr;
+  // Log queue only.
+  Sinks sinks_;
+  std::uint64_t sinksGeneration_ = 0;
+  bool sinksResolved_ = false;
   std::atomic<int> logLevel_{6};
   std::shared_ptr<platform::DispatchQueue> logQueue_;
 

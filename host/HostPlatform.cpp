@@ -5,6 +5,7 @@
 #include "host/LinuxApplicationHost.h"
 #include "host/PosixFileSystem.h"
 #include "host/StandardErrorConsoleLog.h"
+#include "platform/LogRecordTee.h"
 
 namespace velune::host {
 
@@ -14,6 +15,8 @@ platform::Services HostPlatform::makeServices(const HostOptions& options) {
   services.applicationHost = std::make_shared<LinuxApplicationHost>();
   services.systemLog = makeSystemLog(options.systemLog, layout.systemLogFile());
   services.consoleLog = std::make_shared<StandardErrorConsoleLog>();
+  // The screen's log view subscribes here.
+  services.logRecordTee = std::make_shared<platform::LogRecordTee>();
   services.notifications = std::make_shared<InProcessNotificationService>();
   services.standardPreferences =
       std::make_shared<JsonPreferencesStore>(layout.standardPreferences(), options.argumentDomain);

@@ -17,6 +17,11 @@ void MemorySystemLog::close(Client* client) {
   std::erase_if(clients_, [client](const auto& owned) { return owned.get() == client; });
 }
 
+size_t MemorySystemLog::liveClientCount() const {
+  std::lock_guard lock(mutex_);
+  return clients_.size();
+}
+
 void MemorySystemLog::setFilterMask(Client*, std::uint32_t mask) {
   std::lock_guard lock(mutex_);
   mask_ = mask;

@@ -33,6 +33,8 @@ class MemorySystemLog final : public platform::SystemLog {
   std::uint32_t filterMask() const;
   std::string openedFacility() const;
   int openCount() const;
+  // Clients opened and not closed yet.
+  size_t liveClientCount() const;
   void setRecordCreationFails(bool fails);
   // Waits (bounded, without polling) until a sent record satisfies `matches`.
   bool waitForRecord(const std::function<bool(const platform::SystemLogRecord&)>& matches,

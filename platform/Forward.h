@@ -21,6 +21,7 @@ class Timer;
 class ApplicationHost;
 class SystemLog;
 class ConsoleLog;
+class LogRecordTee;
 class NotificationService;
 class PreferencesStore;
 class ContainerPreferences;

@@ -1,5 +1,6 @@
 #include "platform/Platform.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
@@ -10,6 +11,7 @@ namespace {
 struct Installed {
   std::mutex mutex;
   std::shared_ptr<const Services> services = std::make_shared<const Services>();
+  std::atomic<std::uint64_t> generation{0};
 };
 
 Installed& installed() {
@@ -33,9 +35,12 @@ void Platform::install(Services services) {
     std::lock_guard lock(state.mutex);
     previous = std::move(state.services);
     state.services = std::move(replacement);
+    state.generation.fetch_add(1, std::memory_order_release);
   }
   // `previous` is released outside the lock: services may log when they go.
 }
+
+std::uint64_t Platform::generation() { return installed().generation.load(std::memory_order_acquire); }
 
 void Platform::missing(const char* name) {
   std::fprintf(stderr, "velune: the platform service '%s' is not installed\n", name);

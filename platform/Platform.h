@@ -11,6 +11,7 @@
 // them; a missing service is a wiring mistake and require() aborts with its
 // name.
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -27,6 +28,8 @@ struct Services {
   // Logging and configuration
   std::shared_ptr<SystemLog> systemLog;
   std::shared_ptr<ConsoleLog> consoleLog;
+  // A copy of every log record for live viewers; none when nothing views the log.
+  std::shared_ptr<LogRecordTee> logRecordTee;
   std::shared_ptr<NotificationService> notifications;
   std::shared_ptr<PreferencesStore> standardPreferences;
   std::shared_ptr<ContainerPreferences> containerPreferences;
@@ -60,6 +63,9 @@ class Platform {
   // the first install).
   static std::shared_ptr<const Services> services();
   static void install(Services services);
+  // Counts the installs (0 before the first). One atomic load: a
+  // reader that caches services compares it to notice a reinstall cheaply.
+  static std::uint64_t generation();
 
   // The service (never null), or an abort naming the missing service. The
   // handle keeps the service alive: hold it for as long as the service is used.

@@ -4,13 +4,17 @@
 #include <unistd.h>
 
 #include <climits>
+#include <condition_variable>
 #include <cstdio>
 #include <fstream>
 #include <mutex>
 #include <thread>
 
 #include "diag/DRZSLClient.h"
+#include "host/MemoryConsoleLog.h"
+#include "host/MemorySystemLog.h"
 #include "platform/DispatchQueue.h"
+#include "platform/LogRecordTee.h"
 #include "platform/ProcessInfo.h"
 #include "tests/support/TestSupport.h"
 
@@ -307,6 +311,106 @@ TEST_F(DRLoggingTest, DiagnosticEntryPoint) {
   const auto console = support::consoleLog().lines();
   ASSERT_FALSE(console.empty());
   EXPECT_EQ(console.front(), "ZSL log level is 7");
+}
+
+// The client used to keep the logs installed when it was made, so one log line
+// during wiring sent the whole run's log to standard error.
+TEST_F(DRLoggingTest, Reinstall_TheNextRecordGoesToTheNewLogsWithTheCurrentMask) {
+  DRSetLogLevel(3);
+  auto services = support::baseServices();
+  auto newLog = std::make_shared<host::MemorySystemLog>();
+  auto newConsole = std::make_shared<host::MemoryConsoleLog>();
+  services.systemLog = newLog;
+  services.consoleLog = newConsole;
+  platform::Platform::install(services);
+  DRLOG(kLogErr, "after the reinstall");
+  DRLogFlush();
+  DRSetLogLevel(6);
+  support::installBaseServices();
+  DRLOG(kLogErr, "back again");
+  DRLogFlush();
+
+  EXPECT_EQ(newLog->messages(), (std::vector<std::string>{"after the reinstall"}));
+  EXPECT_EQ(newConsole->lines(), (std::vector<std::string>{"after the reinstall"}));
+  EXPECT_EQ(newLog->openedFacility(), kLogFacility);
+  EXPECT_EQ(newLog->liveClientCount(), 0u) << "the client of a log that is no longer installed is closed";
+  EXPECT_EQ(support::systemLog().messages(), (std::vector<std::string>{"back again"}));
+  EXPECT_EQ(support::systemLog().liveClientCount(), 1u);
+  EXPECT_EQ(support::systemLog().filterMask(), 0x7Fu);
+}
+
+TEST_F(DRLoggingTest, LogDuringWiring_LaterRecordsReachTheLogsInstalledAfterIt) {
+  platform::Platform::install(platform::Services{});
+  DRLOG(kLogErr, "while wiring");  // to standard error
+  DRLogFlush();
+  support::installBaseServices();
+  DRLOG(kLogInfo, "wired");
+  EXPECT_EQ(support::loggedMessages(), (std::vector<std::string>{"wired"}));
+  EXPECT_EQ(support::consoleLog().lines(), (std::vector<std::string>{"wired"}));
+}
+
+TEST_F(DRLoggingTest, Tee_ReceivesEveryRecordWithLevelTimeMessageSourceAndFunction) {
+  auto tee = std::make_shared<platform::LogRecordTee>();
+  auto services = support::baseServices();
+  services.logRecordTee = tee;
+  platform::Platform::install(services);
+  std::mutex mutex;
+  std::vector<platform::LogRecord> received;
+  tee->subscribe([&](const platform::LogRecord& record) {
+    std::lock_guard lock(mutex);
+    received.push_back(record);
+  });
+  const unsigned line = __LINE__ + 1;
+  DRLOG(kLogWarning, "teed %d", 1);
+  DRLogSendMessage("file.cpp", "fn", 0, "DR", 3, nullptr, std::nullopt, std::nullopt);
+  DRLogFlush();
+  tee->waitUntilDelivered();
+  support::installBaseServices();
+
+  std::lock_guard lock(mutex);
+  ASSERT_EQ(received.size(), 2u);
+  EXPECT_EQ(received[0].level, kLogWarning);
+  EXPECT_EQ(received[0].message, "teed 1");
+  EXPECT_EQ(received[0].source, "tests/diag/DRLoggingTest.cpp");
+  EXPECT_EQ(received[0].line, line);
+  EXPECT_EQ(received[0].function, "DRLoggingTest_Tee_ReceivesEveryRecordWithLevelTimeMessageSourceAndFunction_Test::TestBody");
+  EXPECT_EQ(received[0].time.timeIntervalSince1970(), support::manualClock().now().timeIntervalSince1970());
+  EXPECT_EQ(received[1].message, "(null)");
+  EXPECT_EQ(received[1].sequence, received[0].sequence + 1);
+}
+
+// A live viewer that stops reading must not stall the log queue.
+TEST_F(DRLoggingTest, Tee_ABlockedSubscriberNeverBlocksTheLogQueue) {
+  auto tee = std::make_shared<platform::LogRecordTee>(2);
+  auto services = support::baseServices();
+  services.logRecordTee = tee;
+  platform::Platform::install(services);
+  std::mutex mutex;
+  std::condition_variable changed;
+  bool blocked = false;
+  bool release = false;
+  tee->subscribe([&](const platform::LogRecord&) {
+    std::unique_lock lock(mutex);
+    blocked = true;
+    changed.notify_all();
+    changed.wait(lock, [&] { return release; });
+  });
+  DRLOG(kLogInfo, "first");
+  {
+    std::unique_lock lock(mutex);
+    changed.wait(lock, [&] { return blocked; });
+  }
+  for (int i = 0; i < 10; ++i) {
+    DRLOG(kLogInfo, "more %d", i);
+  }
+  EXPECT_EQ(support::loggedMessages().size(), 11u);  // the log queue ran on
+  {
+    std::lock_guard lock(mutex);
+    release = true;
+    changed.notify_all();
+  }
+  tee->waitUntilDelivered();
+  support::installBaseServices();
 }
 
 TEST(DRLogFunctionName, ShowsClassAndMethod) {
