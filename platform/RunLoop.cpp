@@ -25,9 +25,23 @@ std::function<void()> RunLoop::takeTask() {
   return task;
 }
 
+namespace {
+// While tasks keep coming, the end of a turn is still marked this often.
+constexpr std::chrono::milliseconds kBusyTurn{50};
+}  // namespace
+
 void RunLoop::run() {
   assertMainThread("RunLoop::run");
+  lastIdle_ = std::chrono::steady_clock::now();
   while (true) {
+    bool idle = false;
+    {
+      std::lock_guard lock(mutex_);
+      idle = tasks_.empty();
+    }
+    if (idle || std::chrono::steady_clock::now() - lastIdle_ >= kBusyTurn) {
+      runIdleObservers();
+    }
     std::function<void()> task;
     {
       std::unique_lock lock(mutex_);
@@ -57,13 +71,44 @@ size_t RunLoop::runUntilIdle() {
     std::function<void()> task;
     {
       std::lock_guard lock(mutex_);
-      if (tasks_.empty()) {
-        return ran;
+      if (!tasks_.empty()) {
+        task = takeTask();
       }
-      task = takeTask();
     }
-    task();
-    ++ran;
+    if (task) {
+      task();
+      ++ran;
+      continue;
+    }
+    runIdleObservers();
+    std::lock_guard lock(mutex_);
+    if (tasks_.empty()) {
+      return ran;
+    }
+  }
+}
+
+RunLoop::ObserverId RunLoop::addIdleObserver(std::function<void()> observer) {
+  assertMainThread("RunLoop::addIdleObserver");
+  const ObserverId id = nextObserverId_++;
+  observers_.push_back(Observer{id, std::move(observer)});
+  return id;
+}
+
+void RunLoop::removeIdleObserver(ObserverId id) {
+  assertMainThread("RunLoop::removeIdleObserver");
+  std::erase_if(observers_, [id](const Observer& o) { return o.id == id; });
+}
+
+void RunLoop::runIdleObservers() {
+  lastIdle_ = std::chrono::steady_clock::now();
+  if (observers_.empty()) {
+    return;
+  }
+  // A copy: an observer may remove itself or add another.
+  const auto observers = observers_;
+  for (const auto& observer : observers) {
+    observer.callback();
   }
 }
 

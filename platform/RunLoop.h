@@ -6,11 +6,19 @@
 // The app calls run(), which returns after stop(). Tests never call run():
 // they call runUntilIdle() to run what is ready, and move a ManualClock to
 // make timers due.
+//
+// Idle observers mark the end of a turn of the loop: they run on the main
+// thread each time every ready task has run (before run() waits, at the end
+// of runUntilIdle()), and, while tasks keep coming without a pause, at least
+// every 50 ms of real time. What they post runs in the same runUntilIdle().
 
+#include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <vector>
 
 #include "platform/Clock.h"
 
@@ -37,9 +45,24 @@ class RunLoop {
 
   size_t pendingTaskCount() const;
 
+  using ObserverId = std::uint64_t;
+  // Main thread. The observer must not call run() or runUntilIdle().
+  ObserverId addIdleObserver(std::function<void()> observer);
+  void removeIdleObserver(ObserverId id);
+
  private:
   RunLoop() = default;
   std::function<void()> takeTask();
+  void runIdleObservers();
+
+  struct Observer {
+    ObserverId id;
+    std::function<void()> callback;
+  };
+  // Main thread only.
+  std::vector<Observer> observers_;
+  ObserverId nextObserverId_ = 1;
+  std::chrono::steady_clock::time_point lastIdle_{};
 
   mutable std::mutex mutex_;
   std::condition_variable wake_;

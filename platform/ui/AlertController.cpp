@@ -10,6 +10,7 @@
 #include "platform/ui/Screen.h"
 #include "platform/ui/StackView.h"
 #include "platform/ui/TextField.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -27,6 +28,7 @@ std::shared_ptr<AlertAction> AlertAction::make(std::string title, AlertActionSty
 
 void AlertAction::setEnabled(bool enabled) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   enabled_ = enabled;
   if (auto button = button_.lock()) {
     button->setEnabled(enabled);
@@ -54,12 +56,14 @@ std::shared_ptr<AlertController> AlertController::make(std::optional<std::string
 
 void AlertController::setMessage(std::optional<std::string> message) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   message_ = std::move(message);
   rebuildButtons();
 }
 
 void AlertController::addAction(const std::shared_ptr<AlertAction>& action) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (!action || std::find(actions_.begin(), actions_.end(), action) != actions_.end()) {
     return;
   }
@@ -78,6 +82,7 @@ std::shared_ptr<AlertAction> AlertController::actionWithTitle(std::string_view t
 
 void AlertController::addTextField(const std::function<void(TextField&)>& configure) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (style_ != AlertControllerStyle::Alert) {
     return;  // action sheets take no text
   }
@@ -92,6 +97,7 @@ void AlertController::addTextField(const std::function<void(TextField&)>& config
 
 void AlertController::setContentViewController(std::shared_ptr<ViewController> controller) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (content_) {
     content_->removeFromParentViewController();
   }

@@ -3,6 +3,7 @@
 #include "platform/Format.h"
 #include "platform/MainThread.h"
 #include "platform/ui/View.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -29,8 +30,21 @@ std::shared_ptr<BarButtonItem> BarButtonItem::withCustomView(std::shared_ptr<Vie
   return made;
 }
 
+void BarButtonItem::setTitle(std::optional<std::string> title) {
+  VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
+  title_ = std::move(title);
+}
+
+void BarButtonItem::setWidth(double width) {
+  VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
+  width_ = width;
+}
+
 void BarButtonItem::setEnabled(bool enabled) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   enabled_ = enabled;
 }
 

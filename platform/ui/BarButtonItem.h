@@ -50,12 +50,12 @@ class BarButtonItem : public Element {
   bool isFlexibleSpace() const { return systemItem_ == BarButtonSystemItem::FlexibleSpace; }
   bool isSpace() const { return isFlexibleSpace() || systemItem_ == BarButtonSystemItem::FixedSpace; }
   const std::optional<std::string>& title() const { return title_; }
-  void setTitle(std::optional<std::string> title) { title_ = std::move(title); }
+  void setTitle(std::optional<std::string> title);
   BarButtonItemStyle style() const { return style_; }
   const std::shared_ptr<View>& customView() const { return customView_; }
   // The width of a fixed space (0: the default of 8 points).
   double width() const { return width_; }
-  void setWidth(double width) { width_ = width; }
+  void setWidth(double width);
   bool isEnabled() const { return enabled_; }
   void setEnabled(bool enabled);
   void setAction(Action action) { action_ = std::move(action); }

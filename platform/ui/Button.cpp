@@ -6,6 +6,7 @@
 #include "platform/MainThread.h"
 #include "platform/ui/GraphicsContext.h"
 #include "platform/ui/Image.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -36,6 +37,7 @@ std::optional<std::string> Button::titleForState(ControlState state) const {
 
 void Button::setTitle(std::optional<std::string> title, ControlState state) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (title) {
     titles_[state] = std::move(*title);
   } else {
@@ -57,6 +59,7 @@ std::shared_ptr<Image> Button::imageForState(ControlState state) const {
 
 void Button::setImage(std::shared_ptr<Image> image, ControlState state) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (image) {
     images_[state] = std::move(image);
   } else {
@@ -70,6 +73,7 @@ std::shared_ptr<Image> Button::currentImage() const { return imageForState(curre
 
 void Button::setTitleFont(Font font) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   titleFont_ = std::move(font);
   invalidateIntrinsicContentSize();
   setNeedsDisplay();
@@ -77,6 +81,7 @@ void Button::setTitleFont(Font font) {
 
 void Button::setTitleColor(std::optional<Color> color) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   titleColor_ = color;
   setNeedsDisplay();
 }

@@ -3,11 +3,13 @@
 #include <algorithm>
 
 #include "platform/MainThread.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
 void Control::setEnabled(bool enabled) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (enabled_ != enabled) {
     enabled_ = enabled;
     setNeedsDisplay();
@@ -16,12 +18,14 @@ void Control::setEnabled(bool enabled) {
 
 void Control::setSelected(bool selected) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   selected_ = selected;
   setNeedsDisplay();
 }
 
 Control::ActionId Control::addAction(ControlEvent event, Action action) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   const ActionId id = nextId_++;
   actions_.push_back(Registration{id, event, std::move(action)});
   return id;
@@ -29,6 +33,7 @@ Control::ActionId Control::addAction(ControlEvent event, Action action) {
 
 void Control::removeAction(ActionId id) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   actions_.erase(std::remove_if(actions_.begin(), actions_.end(), [id](const auto& r) { return r.id == id; }),
                  actions_.end());
 }

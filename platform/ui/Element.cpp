@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "platform/MainThread.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -15,6 +16,7 @@ Element::Element(std::string_view kind)
 
 void Element::setIdentifier(std::string identifier) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   identifier_ = std::move(identifier);
 }
 

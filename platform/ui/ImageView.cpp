@@ -5,6 +5,7 @@
 #include "platform/MainThread.h"
 #include "platform/ui/GraphicsContext.h"
 #include "platform/ui/Image.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -18,6 +19,7 @@ ImageView::ImageView(std::shared_ptr<Image> image) : View(Rect(), "ImageView"), 
 
 void ImageView::setImage(std::shared_ptr<Image> image) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (image == image_) {
     return;
   }

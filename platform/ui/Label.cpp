@@ -6,6 +6,7 @@
 #include "platform/MainThread.h"
 #include "platform/ui/GraphicsContext.h"
 #include "platform/ui/Image.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -21,6 +22,7 @@ std::string Label::text() const { return styledText_ ? styledText_->string() : t
 
 void Label::setText(std::string text) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (!styledText_ && text == text_) {
     return;
   }
@@ -31,6 +33,7 @@ void Label::setText(std::string text) {
 
 void Label::setStyledText(std::optional<StyledText> text) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   styledText_ = std::move(text);
   text_.clear();
   textChanged();
@@ -44,30 +47,35 @@ void Label::textChanged() {
 
 void Label::setFont(Font font) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   font_ = std::move(font);
   textChanged();
 }
 
 void Label::setTextColor(Color color) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   textColor_ = color;
   setNeedsDisplay();
 }
 
 void Label::setTextAlignment(TextAlignment alignment) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   alignment_ = alignment;
   setNeedsDisplay();
 }
 
 void Label::setNumberOfLines(int lines) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   numberOfLines_ = std::max(0, lines);
   textChanged();
 }
 
 void Label::setPreferredMaxLayoutWidth(double width) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   preferredMaxLayoutWidth_ = std::max(0.0, width);
   textChanged();
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/MainThread.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -12,51 +13,61 @@ Layer::Layer(std::string_view kind) : Element(kind) {}
 
 void Layer::setFrame(Rect frame) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   frame_ = frame;
 }
 
 void Layer::setCornerRadius(double radius) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   cornerRadius_ = radius;
 }
 
 void Layer::setMasksToBounds(bool masks) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   masksToBounds_ = masks;
 }
 
 void Layer::setOpacity(double opacity) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   opacity_ = std::clamp(opacity, 0.0, 1.0);
 }
 
 void Layer::setShadowColor(std::optional<Color> color) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   shadowColor_ = color;
 }
 
 void Layer::setShadowOpacity(double opacity) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   shadowOpacity_ = std::clamp(opacity, 0.0, 1.0);
 }
 
 void Layer::setShadowOffset(Size offset) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   shadowOffset_ = offset;
 }
 
 void Layer::setShadowRadius(double radius) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   shadowRadius_ = radius;
 }
 
 void Layer::setZPosition(double z) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   zPosition_ = z;
 }
 
 void Layer::addSublayer(std::shared_ptr<Layer> layer) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (!layer || layer.get() == this) {
     return;
   }
@@ -67,6 +78,7 @@ void Layer::addSublayer(std::shared_ptr<Layer> layer) {
 
 void Layer::removeFromSuperlayer() {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (superlayer_ == nullptr) {
     return;
   }
@@ -87,21 +99,25 @@ ShapeLayer::ShapeLayer() : Layer("ShapeLayer") {}
 
 void ShapeLayer::setPath(std::optional<BezierPath> path) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   path_ = std::move(path);
 }
 
 void ShapeLayer::setFillColor(std::optional<Color> color) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   fillColor_ = color;
 }
 
 void ShapeLayer::setStrokeColor(std::optional<Color> color) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   strokeColor_ = color;
 }
 
 void ShapeLayer::setLineWidth(double width) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   lineWidth_ = width;
 }
 

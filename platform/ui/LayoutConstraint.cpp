@@ -4,6 +4,7 @@
 
 #include "platform/Format.h"
 #include "platform/MainThread.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -105,6 +106,7 @@ void LayoutConstraint::deactivateConstraints(const std::vector<std::shared_ptr<L
 
 void LayoutConstraint::setActive(bool active) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (active == active_) {
     return;
   }
@@ -146,6 +148,7 @@ void LayoutConstraint::itemsNeedLayout() const {
 
 void LayoutConstraint::setConstant(double constant) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (constant_ != constant) {
     constant_ = constant;
     itemsNeedLayout();
@@ -154,6 +157,7 @@ void LayoutConstraint::setConstant(double constant) {
 
 void LayoutConstraint::setPriority(LayoutPriority priority) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   priority_ = std::clamp(priority, 1.0F, kLayoutPriorityRequired);
   itemsNeedLayout();
 }

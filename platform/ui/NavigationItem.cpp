@@ -1,6 +1,7 @@
 #include "platform/ui/NavigationItem.h"
 
 #include "platform/MainThread.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -8,6 +9,7 @@ NavigationItem::NavigationItem() : Element("NavigationItem") {}
 
 void NavigationItem::setTitle(std::optional<std::string> title) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   title_ = std::move(title);
 }
 
@@ -22,6 +24,7 @@ void NavigationItem::setRightBarButtonItem(std::shared_ptr<BarButtonItem> item) 
 
 void NavigationItem::setRightBarButtonItems(std::vector<std::shared_ptr<BarButtonItem>> items) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   rightItems_ = std::move(items);
 }
 
@@ -31,12 +34,14 @@ std::shared_ptr<BarButtonItem> NavigationItem::leftBarButtonItem() const {
 
 void NavigationItem::setLeftBarButtonItem(std::shared_ptr<BarButtonItem> item) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   leftItems_ = item ? std::vector<std::shared_ptr<BarButtonItem>>{std::move(item)}
                     : std::vector<std::shared_ptr<BarButtonItem>>{};
 }
 
 void NavigationItem::setHidesBackButton(bool hides, bool animated) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   hidesBackButton_ = hides;
   backButtonAnimated_ = animated;
 }

@@ -8,6 +8,7 @@
 #include "platform/ui/Font.h"
 #include "platform/ui/Screen.h"
 #include "platform/ui/Window.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -114,6 +115,7 @@ Toolbar::Toolbar() : View(Rect(0, 0, 0, kHeight), "Toolbar") {
 
 void Toolbar::setItems(std::vector<std::shared_ptr<BarButtonItem>> items) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   for (const auto& item : items_) {
     if (item->customView() && item->customView()->superview().get() == this) {
       item->customView()->removeFromSuperview();
@@ -189,6 +191,7 @@ Toolbar& NavigationStackController::toolbar() {
 
 void NavigationStackController::setNavigationBarHidden(bool hidden, bool /*animated*/) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   navigationBarHidden_ = hidden;
   if (navigationBar_) {
     navigationBar_->setHidden(hidden);
@@ -197,6 +200,7 @@ void NavigationStackController::setNavigationBarHidden(bool hidden, bool /*anima
 
 void NavigationStackController::setToolbarHidden(bool hidden, bool /*animated*/) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   toolbarHidden_ = hidden;
   if (toolbar_) {
     toolbar_->setHidden(hidden);
@@ -228,6 +232,7 @@ std::vector<std::shared_ptr<ViewController>> NavigationStackController::visibleC
 void NavigationStackController::setViewControllers(std::vector<std::shared_ptr<ViewController>> controllers,
                                                    bool animated) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   std::vector<std::shared_ptr<ViewController>> unique;
   for (const auto& vc : controllers) {
     if (vc && vc.get() != this && std::find(unique.begin(), unique.end(), vc) == unique.end()) {

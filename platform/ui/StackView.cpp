@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/MainThread.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -18,24 +19,28 @@ std::shared_ptr<StackView> StackView::make(const std::vector<std::shared_ptr<Vie
 
 void StackView::setAxis(Axis axis) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   axis_ = axis;
   setNeedsLayout();
 }
 
 void StackView::setDistribution(Distribution distribution) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   distribution_ = distribution;
   setNeedsLayout();
 }
 
 void StackView::setAlignment(Alignment alignment) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   alignment_ = alignment;
   setNeedsLayout();
 }
 
 void StackView::setSpacing(double spacing) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   spacing_ = spacing;
   setNeedsLayout();
 }
@@ -44,6 +49,7 @@ void StackView::addArrangedSubview(const std::shared_ptr<View>& view) { insertAr
 
 void StackView::insertArrangedSubview(const std::shared_ptr<View>& view, size_t index) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (!view || view.get() == this) {
     return;
   }
@@ -62,6 +68,7 @@ void StackView::insertArrangedSubview(const std::shared_ptr<View>& view, size_t 
 
 void StackView::removeArrangedSubview(const View* view) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   arranged_.erase(std::remove_if(arranged_.begin(), arranged_.end(), [view](const auto& v) { return v.get() == view; }),
                   arranged_.end());
   setNeedsLayout();

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "platform/MainThread.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -11,6 +12,7 @@ TextField::TextField(Rect frame) : Control(frame, "TextField") {}
 
 void TextField::setText(std::string text) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   text_ = sanitizedUTF8(text);
   invalidateIntrinsicContentSize();
   setNeedsDisplay();
@@ -18,18 +20,21 @@ void TextField::setText(std::string text) {
 
 void TextField::setPlaceholder(std::optional<std::string> placeholder) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   placeholder_ = std::move(placeholder);
   invalidateIntrinsicContentSize();
 }
 
 void TextField::setFont(Font font) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   font_ = std::move(font);
   invalidateIntrinsicContentSize();
 }
 
 bool TextField::becomeFirstResponder() {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (editing_) {
     return true;
   }
@@ -50,6 +55,7 @@ bool TextField::becomeFirstResponder() {
 
 void TextField::resignFirstResponder() {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (!editing_) {
     return;
   }
@@ -82,6 +88,7 @@ bool TextField::isReturnKeyEnabled() const { return !(enablesReturnKeyAutomatica
 
 void TextField::typeText(const std::string& text) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (!isEnabled() || !acceptsInput()) {
     return;
   }

@@ -12,6 +12,7 @@
 #include "platform/ui/LayoutEngine.h"
 #include "platform/ui/Screen.h"
 #include "platform/ui/Window.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -25,6 +26,7 @@ View::~View() = default;
 
 void View::setFrame(Rect frame) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   applyFrame(frame, false);
 }
 
@@ -110,6 +112,7 @@ Rect View::convertRectToView(Rect rect, const View* other) const {
 
 void View::setHidden(bool hidden) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (hidden_ == hidden) {
     return;
   }
@@ -129,11 +132,13 @@ bool View::isHiddenOrHasHiddenAncestor() const {
 
 void View::setAlpha(double alpha) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   layer_->setOpacity(alpha);
 }
 
 void View::setBackgroundColor(std::optional<Color> color) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   backgroundColor_ = color;
 }
 
@@ -148,17 +153,20 @@ std::optional<Color> View::tintColor() const {
 
 void View::setTintColor(std::optional<Color> color) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   tintColor_ = color;
 }
 
 void View::setContentMode(ContentMode mode) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   contentMode_ = mode;
   needsDisplay_ = true;
 }
 
 void View::setUserInteractionEnabled(bool enabled) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   userInteractionEnabled_ = enabled;
 }
 
@@ -166,6 +174,7 @@ void View::addSubview(const std::shared_ptr<View>& view) { insertSubview(view, s
 
 void View::insertSubview(const std::shared_ptr<View>& view, size_t index) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (!view || view.get() == this || isDescendantOfView(view.get())) {
     return;  // a view cannot contain itself or one of its ancestors
   }
@@ -191,6 +200,7 @@ void View::insertSubview(const std::shared_ptr<View>& view, size_t index) {
 
 void View::removeFromSuperview() {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   auto parent = superview();
   if (!parent) {
     return;
@@ -283,23 +293,27 @@ TraitCollection View::traitCollection() const {
 
 void View::setTranslatesAutoresizingMaskIntoConstraints(bool translates) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   translatesAutoresizingMask_ = translates;
   markTreeNeedsLayout();
 }
 
 void View::setAutoresizingMask(unsigned mask) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   autoresizingMask_ = mask;
 }
 
 void View::setContentHuggingPriority(LayoutPriority priority, Axis axis) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   hugging_[static_cast<int>(axis)] = std::clamp(priority, 1.0F, kLayoutPriorityRequired);
   markTreeNeedsLayout();
 }
 
 void View::setContentCompressionResistancePriority(LayoutPriority priority, Axis axis) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   compressionResistance_[static_cast<int>(axis)] = std::clamp(priority, 1.0F, kLayoutPriorityRequired);
   markTreeNeedsLayout();
 }
@@ -321,10 +335,12 @@ void View::sizeToFit() {
 
 void View::setNeedsLayout() {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   markTreeNeedsLayout();
 }
 
 void View::markTreeNeedsLayout() {
+  ModelChanges::noteChanged();
   View* top = this;
   for (View* view = this; view != nullptr; view = view->superview_.lock().get()) {
     view->needsLayout_ = true;
@@ -380,8 +396,15 @@ void View::detachConstraint(const LayoutConstraint* constraint) {
   }
 }
 
+void View::setAccessibilityLabel(std::optional<std::string> label) {
+  VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
+  accessibilityLabel_ = std::move(label);
+}
+
 void View::setNeedsDisplay() {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   needsDisplay_ = true;
 }
 
@@ -402,6 +425,7 @@ void View::drawRect(GraphicsContext& /*context*/, Rect /*rect*/) {}
 
 void View::addGestureRecognizer(std::shared_ptr<TapGestureRecognizer> recognizer) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (recognizer) {
     recognizers_.push_back(std::move(recognizer));
   }

@@ -22,6 +22,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -96,6 +97,10 @@ class View : public Element, public std::enable_shared_from_this<View> {
   void setUserInteractionEnabled(bool enabled);
   Layer& layer() { return *layer_; }
   const Layer& layer() const { return *layer_; }
+  // What assistive technology (and the web page) calls the view; when unset
+  // the screen names a view by the text it shows.
+  const std::optional<std::string>& accessibilityLabel() const { return accessibilityLabel_; }
+  void setAccessibilityLabel(std::optional<std::string> label);
 
   // --- Hierarchy ---
   const std::vector<std::shared_ptr<View>>& subviews() const { return subviews_; }
@@ -197,6 +202,7 @@ class View : public Element, public std::enable_shared_from_this<View> {
   std::optional<Color> tintColor_;
   ContentMode contentMode_ = ContentMode::ScaleToFill;
   bool userInteractionEnabled_ = true;
+  std::optional<std::string> accessibilityLabel_;
   std::shared_ptr<Layer> layer_;
 
   std::vector<std::shared_ptr<View>> subviews_;

@@ -8,6 +8,7 @@
 #include "platform/ui/NavigationStackController.h"
 #include "platform/ui/Screen.h"
 #include "platform/ui/Window.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -33,6 +34,7 @@ std::shared_ptr<View> ViewController::view() {
 
 void ViewController::setView(std::shared_ptr<View> view) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   view_ = std::move(view);
 }
 
@@ -103,6 +105,7 @@ TraitCollection ViewController::traitCollection() const {
 
 void ViewController::setTitle(std::optional<std::string> title) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   title_ = title;
   navigationItem().setTitle(std::move(title));
 }
@@ -117,6 +120,7 @@ NavigationItem& ViewController::navigationItem() {
 
 void ViewController::setToolbarItems(std::vector<std::shared_ptr<BarButtonItem>> items, bool /*animated*/) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   toolbarItems_ = std::move(items);
   if (auto nav = navigationController(); nav && nav->topViewController().get() == this) {
     nav->updateBars();
@@ -125,6 +129,7 @@ void ViewController::setToolbarItems(std::vector<std::shared_ptr<BarButtonItem>>
 
 void ViewController::addChildViewController(const std::shared_ptr<ViewController>& child) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (!child || child.get() == this) {
     return;
   }
@@ -139,6 +144,7 @@ void ViewController::addChildViewController(const std::shared_ptr<ViewController
 
 void ViewController::removeFromParentViewController() {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   auto parent = parentViewController();
   if (!parent) {
     return;
@@ -232,6 +238,7 @@ PopoverPresentationController& ViewController::popoverPresentationController() {
 
 void ViewController::setEditing(bool editing, bool /*animated*/) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   editing_ = editing;
 }
 
@@ -242,6 +249,7 @@ std::shared_ptr<void> ViewController::associatedObject(std::string_view key) con
 
 void ViewController::setAssociatedObject(std::string key, std::shared_ptr<void> object) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (object) {
     associated_[std::move(key)] = std::move(object);
   } else {

@@ -3,6 +3,7 @@
 #include "platform/MainThread.h"
 #include "platform/ui/TransitionCoordinator.h"
 #include "platform/ui/ViewController.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -29,12 +30,14 @@ Window::Window(Rect frame, std::shared_ptr<Screen> screen) : View(frame, "Window
 
 void Window::setScreen(std::shared_ptr<Screen> screen) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   screen_ = std::move(screen);
   setNeedsLayout();
 }
 
 void Window::setRootViewController(std::shared_ptr<ViewController> controller) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (controller == rootViewController_) {
     return;
   }
