@@ -5,6 +5,8 @@ find_package(nlohmann_json 3.10 REQUIRED)
 pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
 pkg_check_modules(CAIRO REQUIRED IMPORTED_TARGET cairo)
 pkg_check_modules(SYSTEMD IMPORTED_TARGET libsystemd)
+# The screen's embedded HTTP server (see docs/screen.md for the choice).
+pkg_check_modules(HTTPLIB REQUIRED IMPORTED_TARGET cpp-httplib)
 if(VELUNE_BUILD_TESTS)
   find_package(GTest REQUIRED)
 endif()
