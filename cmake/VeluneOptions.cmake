@@ -55,3 +55,9 @@ set(VELUNE_ALL_LAYERS platform host diag model views preview browse app shell pr
     CACHE INTERNAL "")
 add_library(velune_wiring INTERFACE)
 velune_include_layers(velune_wiring ${VELUNE_ALL_LAYERS})
+
+# Fuzz builds instrument every library for libFuzzer's coverage; the fuzz
+# targets add the fuzzer's own main.
+if(VELUNE_FUZZ)
+  target_compile_options(velune_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
