@@ -1,0 +1,71 @@
+#pragma once
+// PhoneControls: the control panel's actions on the simulated phone. Each one
+// changes the phone the way another process would (vdtool does the same):
+// device.json through DeviceSettingsEditor, the application state through
+// app-state.json, the cloud side through the drive's "another device"
+// operations. The running app follows through its monitors, exactly as it
+// follows vdtool. A launch URL goes to the application host, in the name of
+// the application the person chose on the phone.
+//
+// Every action takes its arguments as JSON (from the page), checks them, and
+// answers an error that says what was wrong. Any thread; actions are
+// serialised so that two quick clicks never interleave their writes.
+
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "host/HomeLayout.h"
+#include "platform/Error.h"
+#include "platform/URL.h"
+
+namespace velune::shell {
+
+class PhoneControls {
+ public:
+  // Hands a launch URL to the application; false when it cannot be delivered.
+  using OpenURLHook = std::function<bool(const platform::URL& url, const std::string& sourceApplication)>;
+
+  explicit PhoneControls(host::HomeLayout layout) : layout_(std::move(layout)) {}
+  void setOpenURLHook(OpenURLHook hook);
+
+  // {"network": "wifi" | "cellular" | "offline"}
+  std::optional<platform::Error> setNetwork(const nlohmann::json& body);
+  // {"account": "signed-in" | "signed-out" | "other"} or {"token": "..."}
+  std::optional<platform::Error> setAccount(const nlohmann::json& body);
+  // {"state": "active" | "background"}
+  std::optional<platform::Error> setApplicationState(const nlohmann::json& body);
+  // {"idiom": "phone" | "tablet"} and/or {"orientation": "portrait" | "landscape"}
+  std::optional<platform::Error> setDevice(const nlohmann::json& body);
+  // {"bytesPerSecond": N}, 1 KB/s to 10 GB/s
+  std::optional<platform::Error> setBandwidth(const nlohmann::json& body);
+  // {"url": "velunedriveapp:...", "source": "com.vorlan.Drillrun"}
+  std::optional<platform::Error> launchURL(const nlohmann::json& body);
+  // {"op": "add" | "modify" | "move" | "delete", "path": P, "to": P2, "text": T, "size": N, "folder": bool}
+  // Paths are below the drive's root: "<container>/Documents/...".
+  std::optional<platform::Error> changeFromAnotherDevice(const nlohmann::json& body);
+  // Turns the phone: the screen's sides swap in device.json.
+  std::optional<platform::Error> rotate(bool landscape);
+
+  // What the panel shows: the settings of device.json, the application state
+  // and the applications a launch URL can come from.
+  nlohmann::json state() const;
+
+  static constexpr const char* kOtherAccountToken = "velune-other-user";
+  static constexpr const char* kDemoAccountToken = "velune-demo-user";
+
+ private:
+  std::optional<platform::Error> setKey(const std::string& key, const nlohmann::json& value);
+
+  const host::HomeLayout layout_;
+  mutable std::mutex mutex_;
+  OpenURLHook openURL_;
+};
+
+// An error of the control panel's domain with its text.
+platform::Error phoneControlError(const std::string& description);
+
+}  // namespace velune::shell
