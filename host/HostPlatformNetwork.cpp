@@ -7,7 +7,9 @@
 #include "host/LinuxApplicationHost.h"
 #include "host/NetlinkReachability.h"
 #include "host/SimulatedReachability.h"
+#include "platform/DeviceInfo.h"
 #include "platform/RunLoop.h"
+#include "platform/ui/Window.h"
 
 namespace velune::host {
 
@@ -25,6 +27,26 @@ void HostPlatform::wireNetwork(platform::Services& services, const HostOptions& 
       if (const auto strong = weakHost.lock()) {
         strong->setActive(state == ApplicationState::Active);
       }
+    });
+  }
+  // The screen follows device.json: a new idiom, size or orientation (the
+  // control panel, vdtool) turns the device and the key window with it.
+  if (const auto device = services.device) {
+    monitor->addConfigurationListener([device](const DeviceConfiguration& previous, const DeviceConfiguration& current) {
+      if (previous.idiom == current.idiom && previous.screenWidth == current.screenWidth &&
+          previous.screenHeight == current.screenHeight && previous.screenScale == current.screenScale) {
+        return;
+      }
+      platform::RunLoop::main().post([device, current] {
+        device->setIdiom(current.idiom == DeviceIdiom::Tablet ? ui::UserInterfaceIdiom::Tablet
+                                                              : ui::UserInterfaceIdiom::Phone);
+        device->setScreen(ui::Size{current.screenWidth, current.screenHeight}, current.screenScale);
+        device->setOrientation(current.screenWidth > current.screenHeight ? ui::InterfaceOrientation::LandscapeRight
+                                                                          : ui::InterfaceOrientation::Portrait);
+        if (const auto window = ui::Window::keyWindow()) {
+          window->transitionToSize(device->screenSize());
+        }
+      });
     });
   }
   services.account = HostAccountService::create(monitor, services.notifications);

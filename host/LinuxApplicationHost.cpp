@@ -44,6 +44,19 @@ int LinuxApplicationHost::run(int /*argc*/, char** /*argv*/, const std::optional
     }
   }).detach();
 
+  for (size_t i = 0; i < services_.size(); ++i) {
+    if (auto error = services_[i]->applicationHostWillRun(*this)) {
+      PLATFORM_LOG(kLogErr, "A service of the application host cannot start: %@",
+                   error->localizedDescription().value_or(error->description()));
+      for (size_t started = 0; started < i; ++started) {
+        services_[started]->applicationHostDidStop(*this);
+      }
+      platform::Log::flush();
+      return 1;
+    }
+  }
+  running_ = true;
+
   delegate_ = platform::ApplicationDelegate::make(delegateClassName);
   if (delegate_) {
     delegate_->applicationWillFinishLaunchingWithOptions(*this, {});
@@ -60,8 +73,36 @@ int LinuxApplicationHost::run(int /*argc*/, char** /*argv*/, const std::optional
     delegate_->applicationWillResignActive(*this);
   }
   active_ = false;
+  running_ = false;
+  for (auto it = services_.rbegin(); it != services_.rend(); ++it) {
+    (*it)->applicationHostDidStop(*this);
+  }
   platform::Log::flush();
   return 0;
+}
+
+void LinuxApplicationHost::addService(std::shared_ptr<ApplicationHostService> service) {
+  if (service) {
+    services_.push_back(std::move(service));
+  }
+}
+
+bool LinuxApplicationHost::openURL(const platform::URL& url, const std::string& sourceApplication) {
+  if (!running_) {
+    return false;
+  }
+  std::weak_ptr<LinuxApplicationHost> weakSelf = weak_from_this();
+  platform::RunLoop::main().post([weakSelf, url, sourceApplication] {
+    const auto self = weakSelf.lock();
+    if (!self || !self->delegate_) {
+      return;
+    }
+    platform::Value::Dictionary options;
+    options[platform::kOpenURLOptionSourceApplication] = platform::Value(sourceApplication);
+    PLATFORM_LOG(kLogDebug, "Opening %@ from %@", url.absoluteString(), sourceApplication);
+    self->delegate_->applicationOpenURL(*self, url, options);
+  });
+  return true;
 }
 
 void LinuxApplicationHost::setActive(bool active) {

@@ -10,9 +10,14 @@
 // will-resign-active notification and tells the delegate; becoming active
 // again posts the became-active notification and tells the delegate.
 
+#include <atomic>
 #include <memory>
+#include <string>
+#include <vector>
 
+#include "host/ApplicationHostService.h"
 #include "platform/ApplicationHost.h"
+#include "platform/URL.h"
 
 namespace velune::host {
 
@@ -33,11 +38,21 @@ class LinuxApplicationHost final : public platform::ApplicationHost,
   // Main thread.
   bool isActive() const { return active_; }
 
+  // Before run(): a service that runs beside the application.
+  void addService(std::shared_ptr<ApplicationHostService> service);
+
+  // Any thread: another application opens `url`; the delegate hears it on
+  // the main thread with the source application in its options. False when
+  // the host is not running an application.
+  bool openURL(const platform::URL& url, const std::string& sourceApplication);
+
  private:
   void applyActive(bool active);
 
   std::shared_ptr<platform::ApplicationDelegate> delegate_;
   bool active_ = false;
+  std::vector<std::shared_ptr<ApplicationHostService>> services_;
+  std::atomic<bool> running_{false};
 };
 
 }  // namespace velune::host

@@ -46,6 +46,15 @@ void DeviceInfo::setIdiom(ui::UserInterfaceIdiom idiom) {
   idiom_ = idiom;
 }
 
+void DeviceInfo::setScreen(ui::Size portraitSize, double scale) {
+  const std::lock_guard lock(mutex_);
+  portraitSize_ = ui::Size{std::max(0.0, std::min(portraitSize.width, portraitSize.height)),
+                           std::max(0.0, std::max(portraitSize.width, portraitSize.height))};
+  if (scale > 0 && std::isfinite(scale)) {
+    scale_ = scale;
+  }
+}
+
 void DeviceInfo::setOrientation(ui::InterfaceOrientation orientation) {
   const std::lock_guard lock(mutex_);
   if (orientation != ui::InterfaceOrientation::Unknown) {

@@ -26,6 +26,8 @@ class DeviceInfo {
   ui::InterfaceOrientation orientation() const;
 
   void setIdiom(ui::UserInterfaceIdiom idiom);
+  // Another device's screen (the control panel turns a phone into a tablet).
+  void setScreen(ui::Size portraitSize, double scale);
   void setOrientation(ui::InterfaceOrientation orientation);
 
  private:

@@ -3,12 +3,14 @@
 // app's process entry (velune::main), which runs as it would on the phone.
 //
 //   velunedriveapp [--home DIR] [--system-log automatic|journal|syslog|file]
-//                  [--reachability simulated|netlink] [-Key value ...]
+//                  [--reachability simulated|netlink] [--port N] [--open] [--no-screen]
+//                  [-Key value ...]
 //   velunedriveapp --make-demo-home DIR
 
 #include <sys/stat.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -19,7 +21,9 @@
 #include "host/HostPlatform.h"
 #include "host/JsonPreferencesStore.h"
 #include "host/LinuxApplicationHost.h"
+#include "host/RecordingSystemLog.h"
 #include "host/drive/DemoHome.h"
+#include "shell/ScreenService.h"
 
 namespace {
 
@@ -33,6 +37,9 @@ void printUsage(FILE* to) {
       "                    in the home)\n"
       "  --reachability R  simulated (default: the network setting of device.json) or netlink (this\n"
       "                    machine's own routes)\n"
+      "  --port N          the screen's port on 127.0.0.1 (default: a free one)\n"
+      "  --open            opens the screen in a browser when a desktop is there\n"
+      "  --no-screen       runs without the screen's server\n"
       "  -Key value        overrides a preference for this run, e.g. -DRLogLevel 7\n"
       "  --make-demo-home DIR  makes a demo home in DIR (a new or empty folder) and exits;\n"
       "                    a --home that does not exist yet gets the demo contents too\n",
@@ -47,6 +54,8 @@ int main(int argc, char** argv) {
 
   velune::host::HostOptions options;
   options.home = velune::host::HomeLayout::defaultDemoHome();
+  velune::shell::ScreenService::Options screenOptions;
+  bool withScreen = true;
   for (int i = 1; i < argc; ++i) {
     const std::string_view arg = argv[i];
     if (arg == "--help" || arg == "-h") {
@@ -66,6 +75,27 @@ int main(int argc, char** argv) {
       }
       std::printf("velunedriveapp: made a demo home in %s\n", argv[i + 1]);
       return 0;
+    }
+    if (arg == "--open") {
+      screenOptions.openBrowser = true;
+      continue;
+    }
+    if (arg == "--no-screen") {
+      withScreen = false;
+      continue;
+    }
+    if (arg == "--port") {
+      const char* text = i + 1 < argc ? argv[i + 1] : "";
+      char* end = nullptr;
+      const long port = std::strtol(text, &end, 10);
+      if (*text == '\0' || end == nullptr || *end != '\0' || port < 0 || port > 65535) {
+        std::fprintf(stderr, "velunedriveapp: --port needs a port number (0 to 65535)\n");
+        printUsage(stderr);
+        return kUsageError;
+      }
+      screenOptions.port = static_cast<int>(port);
+      ++i;
+      continue;
     }
     if (arg == "--reachability") {
       const std::string_view source = i + 1 < argc ? std::string_view(argv[i + 1]) : std::string_view();
@@ -129,7 +159,16 @@ int main(int argc, char** argv) {
                    error->localizedDescription().value_or(error->description()).c_str());
     }
   }
-  velune::platform::Platform::install(velune::host::HostPlatform::makeServices(options));
+  auto services = velune::host::HostPlatform::makeServices(options);
+  // The screen's log view follows the records on their way to the system log.
+  auto recordingLog = std::make_shared<velune::host::RecordingSystemLog>(services.systemLog);
+  services.systemLog = recordingLog;
+  if (withScreen) {
+    if (auto host = std::dynamic_pointer_cast<velune::host::LinuxApplicationHost>(services.applicationHost)) {
+      host->addService(std::make_shared<velune::shell::ScreenService>(layout, recordingLog, screenOptions));
+    }
+  }
+  velune::platform::Platform::install(std::move(services));
   // The host's own records go to the app's log client, like the app's.
   velune::DRPlatformLogSink::install();
   return velune::main(argc, argv);
