@@ -57,6 +57,12 @@ std::optional<std::string> header(const httplib::Request& request, const char* n
   return request.get_header_value(name);
 }
 
+// Replaces a header that handle() set for every response.
+void replaceHeader(httplib::Response& response, const char* name, const std::string& value) {
+  response.headers.erase(name);
+  response.set_header(name, value);
+}
+
 std::string errorText(const platform::Error& error) {
   return error.localizedDescription().value_or(error.description());
 }
@@ -315,7 +321,7 @@ void ScreenServer::serveImage(const httplib::Request& request, httplib::Response
     return;
   }
   // An image's name is never reused within a launch, and launches differ.
-  response.set_header("Cache-Control", "private, max-age=31536000, immutable");
+  replaceHeader(response, "Cache-Control", "private, max-age=31536000, immutable");
   const auto data = *png;
   response.set_content(std::string(reinterpret_cast<const char*>(data->data()), data->size()), "image/png");
 }
@@ -332,9 +338,9 @@ void ScreenServer::serveFile(const httplib::Request& request, httplib::Response&
   }
   auto document = opened.value();
   // Framed by the page's own preview only.
-  response.set_header("X-Frame-Options", "SAMEORIGIN");
-  response.set_header("Content-Security-Policy", kDocumentSecurityPolicy);
-  response.set_header("Cache-Control", "no-cache");
+  replaceHeader(response, "X-Frame-Options", "SAMEORIGIN");
+  replaceHeader(response, "Content-Security-Policy", kDocumentSecurityPolicy);
+  replaceHeader(response, "Cache-Control", "no-cache");
   if (!document->inlineView) {
     response.set_header("Content-Disposition", "attachment");
   }
