@@ -9,6 +9,7 @@
 #include "host/SimulatedReachability.h"
 #include "platform/DeviceInfo.h"
 #include "platform/RunLoop.h"
+#include "platform/ui/ModelChanges.h"
 #include "platform/ui/Window.h"
 
 namespace velune::host {
@@ -46,6 +47,8 @@ void HostPlatform::wireNetwork(platform::Services& services, const HostOptions& 
         if (const auto window = ui::Window::keyWindow()) {
           window->transitionToSize(device->screenSize());
         }
+        // The screen itself is part of what a watcher of the model draws.
+        ui::ModelChanges::noteChanged();
       });
     });
   }

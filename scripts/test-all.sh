@@ -2,8 +2,11 @@
 # Runs every test: installs what it needs, then
 #  1. g++ build with warnings as errors, address and undefined-behaviour
 #     sanitizers: the whole suite;
-#  2. clang build with warnings as errors and the thread sanitizer: the
-#     suites labelled "threaded".
+#  2. the browser tests of the screen: that build's program in Debian's
+#     chromium, driven by playwright-core;
+#  3. clang build with warnings as errors and the thread sanitizer: the
+#     suites labelled "threaded";
+#  4. the fuzz targets (clang, libFuzzer), each for a bounded time.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
@@ -19,9 +22,21 @@ cmake --preset asan >/dev/null
 cmake --build --preset asan
 ctest --preset asan
 
+step "browser tests (chromium)"
+(cd tests/browser && VELUNE_APP="$PWD/../../build/asan/programs/velunedriveapp" \
+  ASAN_OPTIONS=detect_leaks=1 node --test --test-concurrency=1 .)
+
 step "clang, thread sanitizer"
 cmake --preset tsan >/dev/null
 cmake --build --preset tsan
 ctest --preset tsan
+
+step "fuzzing the screen's event parser (${VELUNE_FUZZ_SECONDS:-60} s)"
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz
+corpus="$(mktemp -d)"
+trap 'rm -rf "$corpus"' EXIT
+build/fuzz/shell/velune_screen_event_fuzzer -max_total_time="${VELUNE_FUZZ_SECONDS:-60}" -max_len=70000 \
+  -rss_limit_mb=2048 -print_final_stats=0 "$corpus" shell/fuzz/corpus 2>&1 | tail -n 3
 
 step "all tests passed"

@@ -1,0 +1,133 @@
+// The screen in a real browser: the printed address logs in, the page draws
+// the UI model and follows it, the control panel changes the phone, the log
+// view follows the log, and a restarted app asks for its new address.
+//
+// VELUNE_UPDATE_SCREENSHOTS=1 also writes the screenshots of docs/.
+import assert from "node:assert/strict";
+import fs from "node:fs";
+import path from "node:path";
+import { after, before, describe, test } from "node:test";
+import { phoneState, projectRoot, startApp, startBrowser, waitForFrame } from "./support.mjs";
+
+describe("screen", () => {
+  let app;
+  let browser;
+  let page;
+
+  before(async () => {
+    app = await startApp();
+    browser = await startBrowser();
+    page = browser.page;
+  });
+  after(async () => {
+    if (browser) await browser.close();
+    if (app) {
+      const code = await app.stop();
+      assert.equal(code, 0, "the app ends cleanly on Ctrl-C:\n" + app.stderr());
+    }
+  });
+
+  test("the printed address logs in and the page draws the screen", async () => {
+    const response = await page.goto(app.url);
+    assert.equal(new URL(page.url()).search, "", "the token leaves the address bar");
+    assert.equal(response.status(), 200);
+    await waitForFrame(page);
+    const size = await page.evaluate(() => window.veluneScreen.snapshot.screen);
+    assert.equal(size.width, 390);
+    assert.equal(size.height, 844);
+    assert.equal(size.idiom, "phone");
+    const box = await page.locator("#screen").boundingBox();
+    assert.ok(box.width > 300, "the screen is drawn phone-sized");
+    await page.locator("#connection", { hasText: "Connected" }).waitFor();
+    assert.deepEqual(browser.problems, []);
+    if (process.env.VELUNE_UPDATE_SCREENSHOTS) {
+      await page.waitForTimeout(500);
+      await page.screenshot({ path: path.join(projectRoot, "docs/screen-phone.png") });
+    }
+  });
+
+  test("the control panel changes the phone and the screen follows it", async () => {
+    await page.getByRole("radio", { name: "Offline" }).click();
+    await page.waitForFunction(async () => (await (await fetch("/api/phone")).json()).network === "offline");
+    await page.getByRole("radio", { name: "Wi-Fi" }).click();
+    await page.waitForFunction(async () => (await (await fetch("/api/phone")).json()).network === "wifi");
+
+    await page.getByRole("radio", { name: "Tablet" }).click();
+    await page.waitForFunction(() => window.veluneScreen.snapshot.screen.idiom === "tablet", null, { timeout: 15000 });
+    await page.getByRole("radio", { name: "Landscape" }).click();
+    await page.waitForFunction(() => window.veluneScreen.snapshot.screen.orientation === "landscape", null, { timeout: 15000 });
+    const tablet = await page.evaluate(() => window.veluneScreen.snapshot.screen);
+    assert.equal(tablet.width, 1180);
+    assert.equal(tablet.height, 820);
+    assert.ok(await page.locator("#device.tablet.landscape").isVisible());
+    if (process.env.VELUNE_UPDATE_SCREENSHOTS) {
+      await page.waitForTimeout(500);
+      await page.screenshot({ path: path.join(projectRoot, "docs/screen-tablet.png") });
+    }
+    await page.getByRole("radio", { name: "Phone" }).click();
+    await page.getByRole("radio", { name: "Portrait" }).click();
+    await page.waitForFunction(() => {
+      const s = window.veluneScreen.snapshot.screen;
+      return s.idiom === "phone" && s.orientation === "portrait";
+    }, null, { timeout: 15000 });
+
+    await page.getByLabel("Download speed").selectOption("1000000");
+    await page.waitForFunction(async () => (await (await fetch("/api/phone")).json()).bytesPerSecond === 1000000);
+
+    await page.getByRole("radio", { name: "Background" }).click();
+    await page.waitForFunction(async () => (await (await fetch("/api/phone")).json()).applicationState === "background");
+    await page.getByRole("radio", { name: "Active" }).click();
+    assert.equal((await phoneState(page)).applicationState, "active");
+  });
+
+  test("the control panel refuses what the phone cannot do and says why", async () => {
+    await page.getByLabel("Change", { exact: true }).selectOption("move");
+    await page.getByLabel("Path", { exact: true }).fill("com.vorlan.drive/Documents/../../secret.txt");
+    await page.getByRole("button", { name: "Apply" }).click();
+    await page.locator("#panel-message.error").waitFor();
+    assert.match(await page.locator("#panel-message").textContent(), /path/);
+  });
+
+  test("a change from another device reaches the drive", async () => {
+    await page.getByLabel("Change", { exact: true }).selectOption("add");
+    await page.getByLabel("Path", { exact: true }).fill("com.vorlan.drive/Documents/From the browser test.txt");
+    await page.getByRole("button", { name: "Apply" }).click();
+    await page.getByText("Changed on the cloud side.").waitFor();
+    const placeholder = path.join(app.home, "Mobile Documents/com.vorlan.drive/Documents/.From the browser test.txt.placeholder");
+    const document = path.join(app.home, "Mobile Documents/com.vorlan.drive/Documents/From the browser test.txt");
+    assert.ok(fs.existsSync(placeholder) || fs.existsSync(document), "the new document is on the phone's drive");
+  });
+
+  test("the log view follows the records and filters by level", async () => {
+    await page.getByRole("radio", { name: "Cellular" }).click();
+    await page.locator("#log li", { hasText: "Control panel: network cellular" }).first().waitFor();
+    await page.getByLabel("Show up to").selectOption("3");
+    await page.getByRole("radio", { name: "Wi-Fi" }).click();
+    await page.waitForTimeout(500);
+    const shown = await page.locator("#log li").allTextContents();
+    assert.ok(shown.every((line) => !line.includes("Control panel: network wifi")), "level 6 records are hidden at level 3");
+    await page.getByLabel("Show up to").selectOption("7");
+  });
+});
+
+describe("restart", () => {
+  test("a page open across a restart asks for the new address and then works again", async () => {
+    let app = await startApp();
+    const browser = await startBrowser();
+    try {
+      await browser.page.goto(app.url);
+      await waitForFrame(browser.page);
+      const { home, port } = app;
+      assert.equal(await app.stop(), 0);
+      app = await startApp({ home, port });
+      await browser.page.getByLabel("Address printed by the app").waitFor({ timeout: 20000 });
+      await browser.page.getByLabel("Address printed by the app").fill(app.url);
+      await browser.page.getByRole("button", { name: "Open", exact: true }).click();
+      await browser.page.locator("#connection", { hasText: "Connected" }).waitFor({ timeout: 20000 });
+      await waitForFrame(browser.page);
+    } finally {
+      await browser.close();
+      await app.stop();
+    }
+  });
+});

@@ -1,0 +1,73 @@
+// What the browser tests stand on: the real program on a fresh temporary
+// home, and Debian's chromium driven by playwright-core (no browser download).
+import { spawn } from "node:child_process";
+import fs from "node:fs";
+import os from "node:os";
+import path from "node:path";
+import readline from "node:readline";
+import { chromium } from "playwright-core";
+
+export const projectRoot = path.resolve(path.dirname(new URL(import.meta.url).pathname), "../..");
+const appBinary = process.env.VELUNE_APP || path.join(projectRoot, "build/debug/programs/velunedriveapp");
+const chromiumPath = process.env.VELUNE_CHROMIUM || "/usr/bin/chromium";
+
+// Starts the app on `home` (made with the demo drive when missing) and
+// resolves when it printed the screen's address.
+export function startApp({ home, port = 0 } = {}) {
+  home = home || fs.mkdtempSync(path.join(os.tmpdir(), "velune-home-"));
+  const child = spawn(appBinary, ["--home", home, "--port", String(port), "--system-log", "file"], {
+    stdio: ["ignore", "pipe", "pipe"],
+    env: { ...process.env, ASAN_OPTIONS: process.env.ASAN_OPTIONS || "detect_leaks=0" },
+  });
+  let stderr = "";
+  child.stderr.on("data", (d) => { stderr = (stderr + d).slice(-20000); });
+  return new Promise((resolve, reject) => {
+    const timer = setTimeout(() => reject(new Error("the app printed no address:\n" + stderr)), 60000);
+    const lines = readline.createInterface({ input: child.stdout });
+    lines.on("line", (line) => {
+      const match = line.match(/^Velune Drive screen: (http:\/\/127\.0\.0\.1:(\d+)\/\?token=([0-9a-f]+))$/);
+      if (match) {
+        clearTimeout(timer);
+        resolve({
+          home, url: match[1], port: Number(match[2]), token: match[3], process: child,
+          stderr: () => stderr,
+          stop: () => new Promise((done) => {
+            if (child.exitCode !== null) return done(child.exitCode);
+            child.once("exit", (code) => done(code));
+            child.kill("SIGINT");
+          }),
+        });
+      }
+    });
+    child.once("exit", (code) => { clearTimeout(timer); reject(new Error("the app ended (" + code + "):\n" + stderr)); });
+  });
+}
+
+export async function startBrowser() {
+  const profile = fs.mkdtempSync(path.join(os.tmpdir(), "velune-chromium-"));
+  const context = await chromium.launchPersistentContext(profile, {
+    executablePath: chromiumPath,
+    headless: true,
+    viewport: { width: 1280, height: 960 },
+    args: ["--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-background-networking",
+           "--disable-component-update", "--disable-sync"],
+  });
+  const page = context.pages()[0] || (await context.newPage());
+  const problems = [];
+  page.on("pageerror", (error) => problems.push(error.message));
+  return {
+    context, page, problems,
+    close: async () => { await context.close(); fs.rmSync(profile, { recursive: true, force: true }); },
+  };
+}
+
+// Waits until the screen has drawn a frame newer than `after`.
+export async function waitForFrame(page, after = 0) {
+  await page.waitForFunction((n) => window.veluneScreen && window.veluneScreen.paints > 0 &&
+    Number(document.body.dataset.sequence || 0) > n, after, { timeout: 15000 });
+  return page.evaluate(() => window.veluneScreen.sequence);
+}
+
+export async function phoneState(page) {
+  return page.evaluate(async () => (await fetch("/api/phone")).json());
+}
