@@ -3,6 +3,8 @@
 #include "platform/MainThread.h"
 #include "platform/ui/AlertController.h"
 #include "platform/ui/BarButtonItem.h"
+#include "platform/ui/ListView.h"
+#include "platform/ui/ListViewCell.h"
 #include "platform/ui/NavigationStackController.h"
 #include "platform/ui/TextField.h"
 #include "platform/ui/Window.h"
@@ -177,7 +179,16 @@ Outcome ScreenEventDispatcher::apply(const ScreenEvent& event, const std::shared
         return noSuchElement(event.target);
       }
       // Only lists scroll and only the rows of lists swipe; other views refuse.
-      return handled(false, event.type == Type::Swipe ? "the element has no row actions" : "the element does not scroll");
+      if (event.type == Type::Scroll) {
+        auto list = std::dynamic_pointer_cast<ui::ListView>(view);
+        if (!list || !onScreen(*list)) {
+          return handled(false, "the element does not scroll");
+        }
+        list->setScrollOffset(event.offset);  // the list keeps it within its content
+        return handled(true, "");
+      }
+      auto cell = std::dynamic_pointer_cast<ui::ListViewCell>(view);
+      return handled(cell && cell->swipe(), "the element has no row actions");
     }
     case Type::Rotate:
       break;

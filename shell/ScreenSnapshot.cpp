@@ -15,6 +15,8 @@
 #include "platform/ui/ImageView.h"
 #include "platform/ui/Label.h"
 #include "platform/ui/Layer.h"
+#include "platform/ui/ListView.h"
+#include "platform/ui/ListViewCell.h"
 #include "platform/ui/NavigationStackController.h"
 #include "platform/ui/Screen.h"
 #include "platform/ui/StackView.h"
@@ -510,6 +512,29 @@ class Writer {
       navigationBar(*bar, out);
     } else if (auto* toolbarView = dynamic_cast<ui::Toolbar*>(&v)) {
       toolbar(*toolbarView, out);
+    } else if (auto* list = dynamic_cast<ui::ListView*>(&v)) {
+      // Only the rows that have cells are children; the rest is numbers.
+      out["rowCount"] = list->numberOfRows();
+      out["scrollOffset"] = rounded(list->scrollOffset());
+      out["contentHeight"] = rounded(list->contentHeight());
+      if (list->isEditing()) {
+        out["editing"] = true;
+      }
+      out["clips"] = true;
+      if (v.isUserInteractionEnabled()) {
+        addAction(out, "scroll");
+      }
+    } else if (auto* cell = dynamic_cast<ui::ListViewCell*>(&v)) {
+      if (cell->row()) {
+        out["row"] = *cell->row();
+      }
+      if (cell->isChecked()) {
+        out["selected"] = true;
+      }
+      if (v.isUserInteractionEnabled() && cell->row()) {
+        addAction(out, "tap");
+        addAction(out, "swipe");
+      }
     } else if (v.drawsContent()) {
       out["drawing"] = drawing(v);
     }

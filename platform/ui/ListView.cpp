@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "platform/MainThread.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -28,12 +29,14 @@ ListView::ListView(Rect frame) : View(frame, "ListView") { metrics_.setFixedHeig
 
 void ListView::setDataSource(std::weak_ptr<ListViewDataSource> dataSource) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   dataSource_ = std::move(dataSource);
   reloadData();
 }
 
 void ListView::setRowHeight(double height) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (height == kAutomaticRowHeight) {
     metrics_.setMeasured(metrics_.estimate());
   } else {
@@ -50,6 +53,7 @@ void ListView::setRowHeight(double height) {
 
 void ListView::setEstimatedRowHeight(double height) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   metrics_.setEstimate(height);
   if (metrics_.isMeasured()) {
     tile();
@@ -69,6 +73,7 @@ void ListView::clampScrollOffset() { scrollOffset_ = std::clamp(scrollOffset_, 0
 
 void ListView::setScrollOffset(double offset) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (!std::isfinite(offset)) {
     return;
   }
@@ -89,6 +94,7 @@ void ListView::setScrollOffset(double offset) {
 
 void ListView::scrollToRow(size_t row) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   // Twice: a row measured on its way into view may change size.
   for (int round = 0; round < 2 && row < numberOfRows(); ++round) {
     const Rect rect = rectForRow(row);
@@ -245,6 +251,7 @@ void ListView::layoutSubviews() {
 
 void ListView::reloadData() {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   auto source = dataSource();
   const size_t count = source ? source->listViewNumberOfRows(*this) : 0;
   metrics_.reset(count);
@@ -267,6 +274,7 @@ void ListView::reloadData() {
 
 void ListView::reloadRows(const std::vector<size_t>& rows) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   for (const size_t row : sortedUnique(rows)) {
     if (row >= numberOfRows()) {
       continue;
@@ -281,6 +289,7 @@ void ListView::reloadRows(const std::vector<size_t>& rows) {
 
 void ListView::insertRows(std::vector<size_t> rows) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   rows = sortedUnique(std::move(rows));
   auto source = dataSource();
   const size_t expected = numberOfRows() + rows.size();
@@ -309,6 +318,7 @@ void ListView::insertRows(std::vector<size_t> rows) {
 
 void ListView::deleteRows(std::vector<size_t> rows) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   rows = sortedUnique(std::move(rows));
   auto source = dataSource();
   if (!source || (!rows.empty() && rows.back() >= numberOfRows()) ||
@@ -339,6 +349,7 @@ void ListView::deleteRows(std::vector<size_t> rows) {
 
 void ListView::setEditing(bool editing) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (editing_ == editing) {
     return;
   }
@@ -381,16 +392,19 @@ void ListView::setSelected(size_t row, bool selected) {
 
 void ListView::selectRow(size_t row) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   setSelected(row, true);
 }
 
 void ListView::deselectRow(size_t row) {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   setSelected(row, false);
 }
 
 void ListView::selectAllRows() {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   std::fill(selected_.begin(), selected_.end(), 1);
   selectedCount_ = selected_.size();
   for (const auto& [row, cell] : cells_) {
@@ -400,6 +414,7 @@ void ListView::selectAllRows() {
 
 void ListView::deselectAllRows() {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   std::fill(selected_.begin(), selected_.end(), 0);
   selectedCount_ = 0;
   for (const auto& [row, cell] : cells_) {

@@ -3,6 +3,7 @@
 #include "platform/MainThread.h"
 #include "platform/ui/Button.h"
 #include "platform/ui/ListView.h"
+#include "platform/ui/ModelChanges.h"
 
 namespace velune::ui {
 
@@ -125,6 +126,7 @@ bool ListViewCell::tap() {
 
 bool ListViewCell::swipe() {
   VELUNE_ASSERT_MAIN_THREAD();
+  ModelChanges::noteChanged();
   if (!acceptsInput()) {
     return false;
   }
