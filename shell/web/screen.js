@@ -652,10 +652,12 @@
   }
 
   function fitDevice(s) {
-    const margin = 80;
-    const available = window.innerHeight - margin;
-    const total = s.height + 28;
-    const scale = Math.min(1, available / total);
+    // The whole device fits beside the panel (or above it on a narrow window).
+    const bezel = deviceEl.classList.contains("tablet") ? 44 : 28;
+    const narrow = window.innerWidth <= 900;
+    const availableHeight = window.innerHeight - 80;
+    const availableWidth = window.innerWidth - (narrow ? 48 : 380 + 32 + 48);
+    const scale = Math.min(1, availableHeight / (s.height + bezel), availableWidth / (s.width + bezel));
     screenEl.style.transform = scale < 1 ? "scale(" + scale + ")" : "";
     screenEl.parentElement.style.width = (s.width * scale + (deviceEl.classList.contains("tablet") ? 44 : 28)) + "px";
     screenEl.parentElement.style.height = (s.height * scale + (deviceEl.classList.contains("tablet") ? 44 : 28)) + "px";

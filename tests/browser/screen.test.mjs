@@ -77,6 +77,7 @@ describe("screen", () => {
     await page.getByRole("radio", { name: "Background" }).click();
     await page.waitForFunction(async () => (await (await fetch("/api/phone")).json()).applicationState === "background");
     await page.getByRole("radio", { name: "Active" }).click();
+    await page.waitForFunction(async () => (await (await fetch("/api/phone")).json()).applicationState === "active");
     assert.equal((await phoneState(page)).applicationState, "active");
   });
 
