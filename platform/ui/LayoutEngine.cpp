@@ -1,13 +1,13 @@
 #include "platform/ui/LayoutEngine.h"
 
 #include <cmath>
-#include <map>
 #include <optional>
-#include <set>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "platform/MainThread.h"
 #include "platform/ui/LayoutConstraint.h"
+#include "platform/ui/LayoutSystem.h"
 #include "platform/ui/LinearSolver.h"
 #include "platform/ui/StackView.h"
 
@@ -23,11 +23,30 @@ std::vector<std::string>& conflicts() {
   return list;
 }
 
-double strengthOf(LayoutPriority priority) {
-  if (priority >= kLayoutPriorityRequired) {
-    return LinearSolver::kRequired;
+LayoutSystem::Statistics& statistics() {
+  static LayoutSystem::Statistics figures;
+  return figures;
+}
+
+void accumulate(LayoutSystem::Statistics& sum, const LayoutSystem::Statistics& one) {
+  sum.rules = one.rules;
+  sum.edited += one.edited;
+  sum.added += one.added;
+  sum.removed += one.removed;
+  sum.solvedFromNothing = sum.solvedFromNothing || one.solvedFromNothing;
+}
+
+double strengthOf(LayoutPriority priority) { return LayoutSystem::strengthOf(static_cast<double>(priority)); }
+
+// Solver values carry rounding noise that depends on the order of the pivots;
+// a grid of 2^-20 points (far below a pixel) makes a kept solution and a fresh
+// one give the same frames.
+double snapped(double value) {
+  constexpr double kGrid = 1048576.0;
+  if (!std::isfinite(value) || std::fabs(value) > 1e9) {
+    return value;
   }
-  return std::pow(10.0, static_cast<double>(std::max(priority, 1.0F)) / 125.0);
+  return std::round(value * kGrid) / kGrid + 0.0;
 }
 
 // A linear expression over the solver's variables.
@@ -44,12 +63,8 @@ struct Expression {
   }
 };
 
-struct Box {
-  LinearSolver::Variable left;
-  LinearSolver::Variable top;
-  LinearSolver::Variable width;
-  LinearSolver::Variable height;
-};
+using Box = LayoutSystem::Box;
+using WrapWidths = std::unordered_map<const View*, double>;
 
 enum class Mode { Layout, Fitting };
 
@@ -60,21 +75,20 @@ class Pass {
     collect(root_);
   }
 
-  // Solves with the given widths for wrapping text; returns the solution per view.
-  std::unordered_map<View*, Rect> solve(const std::unordered_map<View*, double>& wrapWidths,
-                                        std::vector<std::string>* broken) {
-    LinearSolver solver;
+  // The rules of the tree, with the given widths for wrapping text.
+  std::vector<LayoutRule> rules(LayoutSystem& system, const WrapWidths& wrapWidths) {
+    system.beginPass();
     boxes_.clear();
     for (View* view : views_) {
-      boxes_[view] = Box{solver.newVariable(), solver.newVariable(), solver.newVariable(), solver.newVariable()};
+      boxes_[view] = &system.box(*view);
     }
-    solver_ = &solver;
-    broken_ = broken;
+    rules_.clear();
+    rules_.reserve(views_.size() * 8);
 
     for (View* view : views_) {
-      const Box& b = boxes_[view];
-      require({{{b.width, 1}}, 0}, Relation::GreaterOrEqual, "width >= 0");
-      require({{{b.height, 1}}, 0}, Relation::GreaterOrEqual, "height >= 0");
+      const Box& b = box(*view);
+      require({{{b[LayoutSystem::Width], 1}}, 0}, Relation::GreaterOrEqual, "width >= 0", view);
+      require({{{b[LayoutSystem::Height], 1}}, 0}, Relation::GreaterOrEqual, "height >= 0", view);
     }
     addRoot();
     for (View* view : views_) {
@@ -97,15 +111,20 @@ class Pass {
     for (const auto& constraint : constraints_) {
       addConstraint(*constraint);
     }
+    return std::move(rules_);
+  }
 
-    std::unordered_map<View*, Rect> solution;
+  // The frames (in the root's coordinates) of the solution.
+  std::unordered_map<View*, Rect> solution(const LayoutSystem& system) const {
+    std::unordered_map<View*, Rect> frames;
+    frames.reserve(views_.size());
     for (View* view : views_) {
-      const Box& b = boxes_[view];
-      solution[view] = Rect(solver.value(b.left), solver.value(b.top), std::max(0.0, solver.value(b.width)),
-                            std::max(0.0, solver.value(b.height)));
+      const Box& b = box(*view);
+      frames[view] = Rect(snapped(system.value(b[LayoutSystem::Left])), snapped(system.value(b[LayoutSystem::Top])),
+                          std::max(0.0, snapped(system.value(b[LayoutSystem::Width]))),
+                          std::max(0.0, snapped(system.value(b[LayoutSystem::Height]))));
     }
-    solver_ = nullptr;
-    return solution;
+    return frames;
   }
 
   const std::vector<View*>& views() const { return views_; }
@@ -137,7 +156,7 @@ class Pass {
 
  public:
   void collectConstraints() {
-    std::set<const LayoutConstraint*> seen;
+    std::unordered_set<const LayoutConstraint*> seen;
     for (View* view : views_) {
       for (const auto& constraint : view->constraints()) {
         if (!constraint->isActive() || !seen.insert(constraint.get()).second) {
@@ -159,50 +178,48 @@ class Pass {
   }
 
  private:
-  void add(const Expression& e, Relation relation, double strength, const std::string& what) {
-    if (solver_->addConstraint(e.terms, e.constant, relation, strength)) {
-      return;
-    }
-    if (strength >= LinearSolver::kRequired) {
-      // Keep the rule as strongly as possible without breaking the others.
-      if (broken_ != nullptr) {
-        broken_->push_back(what);
-      }
-      solver_->addConstraint(e.terms, e.constant, relation, strengthOf(999));
-    }
+  void add(const Expression& e, Relation relation, double strength, const char* what, const View* view,
+           const LayoutConstraint* constraint = nullptr) {
+    rules_.push_back(LayoutRule{e.terms, e.constant, relation, strength, what, view, constraint});
   }
-  void require(const Expression& e, Relation relation, const std::string& what) {
-    add(e, relation, LinearSolver::kRequired, what);
+  void require(const Expression& e, Relation relation, const char* what, const View* view) {
+    add(e, relation, LinearSolver::kRequired, what, view);
   }
 
+  const Box& box(const View& view) const { return *boxes_.at(const_cast<View*>(&view)); }
+
   Expression attribute(View& view, LayoutAttribute attribute) const {
-    const Box& b = boxes_.at(&view);
+    const Box& b = box(view);
+    const auto left = b[LayoutSystem::Left];
+    const auto top = b[LayoutSystem::Top];
+    const auto width = b[LayoutSystem::Width];
+    const auto height = b[LayoutSystem::Height];
     switch (attribute) {
       case LayoutAttribute::Left:
       case LayoutAttribute::Leading:
-        return {{{b.left, 1}}, 0};
+        return {{{left, 1}}, 0};
       case LayoutAttribute::Right:
       case LayoutAttribute::Trailing:
-        return {{{b.left, 1}, {b.width, 1}}, 0};
+        return {{{left, 1}, {width, 1}}, 0};
       case LayoutAttribute::Top:
-        return {{{b.top, 1}}, 0};
+        return {{{top, 1}}, 0};
       case LayoutAttribute::Bottom:
-        return {{{b.top, 1}, {b.height, 1}}, 0};
+        return {{{top, 1}, {height, 1}}, 0};
       case LayoutAttribute::Width:
-        return {{{b.width, 1}}, 0};
+        return {{{width, 1}}, 0};
       case LayoutAttribute::Height:
-        return {{{b.height, 1}}, 0};
+        return {{{height, 1}}, 0};
       case LayoutAttribute::CenterX:
-        return {{{b.left, 1}, {b.width, 0.5}}, 0};
+        return {{{left, 1}, {width, 0.5}}, 0};
       case LayoutAttribute::CenterY:
-        return {{{b.top, 1}, {b.height, 0.5}}, 0};
+        return {{{top, 1}, {height, 0.5}}, 0};
       case LayoutAttribute::FirstBaseline:
       case LayoutAttribute::LastBaseline: {
         const double offset = view.baselineOffsetFromTop(attribute == LayoutAttribute::LastBaseline);
         if (offset < 0) {
-          return {{{b.top, 1}, {b.height, 1}}, 0};
+          return {{{top, 1}, {height, 1}}, 0};
         }
-        return {{{b.top, 1}}, offset};
+        return {{{top, 1}}, offset};
       }
       case LayoutAttribute::NotAnAttribute:
         break;
@@ -211,19 +228,21 @@ class Pass {
   }
 
   void addRoot() {
-    const Box& b = boxes_.at(&root_);
-    require({{{b.left, 1}}, 0}, Relation::Equal, "root left");
-    require({{{b.top, 1}}, 0}, Relation::Equal, "root top");
+    const Box& b = box(root_);
+    require({{{b[LayoutSystem::Left], 1}}, 0}, Relation::Equal, "root left", &root_);
+    require({{{b[LayoutSystem::Top], 1}}, 0}, Relation::Equal, "root top", &root_);
     if (mode_ == Mode::Layout) {
-      require({{{b.width, 1}}, -root_.frame().width()}, Relation::Equal, "root width");
-      require({{{b.height, 1}}, -root_.frame().height()}, Relation::Equal, "root height");
+      require({{{b[LayoutSystem::Width], 1}}, -root_.frame().width()}, Relation::Equal, "root width", &root_);
+      require({{{b[LayoutSystem::Height], 1}}, -root_.frame().height()}, Relation::Equal, "root height", &root_);
     } else {
-      add({{{b.width, 1}}, -target_.width}, Relation::Equal, strengthOf(hFitting_), "fitting width");
-      add({{{b.height, 1}}, -target_.height}, Relation::Equal, strengthOf(vFitting_), "fitting height");
+      add({{{b[LayoutSystem::Width], 1}}, -target_.width}, Relation::Equal, strengthOf(hFitting_), "fitting width",
+          &root_);
+      add({{{b[LayoutSystem::Height], 1}}, -target_.height}, Relation::Equal, strengthOf(vFitting_), "fitting height",
+          &root_);
       if (!root_.translatesAutoresizingMaskIntoConstraints()) {
         const Size ics = root_.intrinsicContentSize();
-        addIntrinsicAxis(b.width, ics.width, root_, Axis::Horizontal);
-        addIntrinsicAxis(b.height, ics.height, root_, Axis::Vertical);
+        addIntrinsicAxis(b[LayoutSystem::Width], ics.width, root_, Axis::Horizontal);
+        addIntrinsicAxis(b[LayoutSystem::Height], ics.height, root_, Axis::Vertical);
       }
     }
   }
@@ -234,8 +253,8 @@ class Pass {
     if (!parent || boxes_.count(parent.get()) == 0) {
       return;
     }
-    const Box& b = boxes_.at(&view);
-    const Box& p = boxes_.at(parent.get());
+    const Box& b = box(view);
+    const Box& p = box(*parent);
     const Rect f = view.frame();
     const Size ps = parent->frame().size;
     const unsigned m = view.autoresizingMask();
@@ -256,31 +275,32 @@ class Pass {
         }
       }
       require({{{pos, 1}, {parentPos, -1}, {parentSize, -share[0]}}, -origin + share[0] * parentLength}, Relation::Equal,
-               view.identifier() + " autoresizing position");
+              "autoresizing position", &view);
       require({{{size, 1}, {parentSize, -share[1]}}, -length + share[1] * parentLength}, Relation::Equal,
-              view.identifier() + " autoresizing size");
+              "autoresizing size", &view);
     };
-    axis(b.left, b.width, p.left, p.width, f.minX(), f.width(), ps.width, m & Autoresizing::FlexibleLeftMargin,
-         m & Autoresizing::FlexibleWidth, m & Autoresizing::FlexibleRightMargin);
-    axis(b.top, b.height, p.top, p.height, f.minY(), f.height(), ps.height, m & Autoresizing::FlexibleTopMargin,
-         m & Autoresizing::FlexibleHeight, m & Autoresizing::FlexibleBottomMargin);
+    axis(b[LayoutSystem::Left], b[LayoutSystem::Width], p[LayoutSystem::Left], p[LayoutSystem::Width], f.minX(),
+         f.width(), ps.width, m & Autoresizing::FlexibleLeftMargin, m & Autoresizing::FlexibleWidth,
+         m & Autoresizing::FlexibleRightMargin);
+    axis(b[LayoutSystem::Top], b[LayoutSystem::Height], p[LayoutSystem::Top], p[LayoutSystem::Height], f.minY(),
+         f.height(), ps.height, m & Autoresizing::FlexibleTopMargin, m & Autoresizing::FlexibleHeight,
+         m & Autoresizing::FlexibleBottomMargin);
   }
 
   void addIntrinsicAxis(LinearSolver::Variable size, double value, const View& view, Axis axis) {
     if (value < 0) {
       return;
     }
-    add({{{size, 1}}, -value}, Relation::LessOrEqual, strengthOf(view.contentHuggingPriority(axis)),
-        view.identifier() + " hugging");
+    add({{{size, 1}}, -value}, Relation::LessOrEqual, strengthOf(view.contentHuggingPriority(axis)), "hugging", &view);
     add({{{size, 1}}, -value}, Relation::GreaterOrEqual, strengthOf(view.contentCompressionResistancePriority(axis)),
-        view.identifier() + " compression resistance");
+        "compression resistance", &view);
   }
 
   void addIntrinsic(View& view, double wrapWidth) {
     const Size ics = wrapWidth >= 0 ? view.intrinsicContentSizeForWidth(wrapWidth) : view.intrinsicContentSize();
-    const Box& b = boxes_.at(&view);
-    addIntrinsicAxis(b.width, ics.width, view, Axis::Horizontal);
-    addIntrinsicAxis(b.height, ics.height, view, Axis::Vertical);
+    const Box& b = box(view);
+    addIntrinsicAxis(b[LayoutSystem::Width], ics.width, view, Axis::Horizontal);
+    addIntrinsicAxis(b[LayoutSystem::Height], ics.height, view, Axis::Vertical);
   }
 
   void addConstraint(const LayoutConstraint& c) {
@@ -294,7 +314,7 @@ class Pass {
     const Relation relation = c.relation() == LayoutRelation::Equal             ? Relation::Equal
                               : c.relation() == LayoutRelation::LessThanOrEqual ? Relation::LessOrEqual
                                                                                 : Relation::GreaterOrEqual;
-    add(e, relation, strengthOf(c.priority()), c.description());
+    add(e, relation, strengthOf(c.priority()), "", first.get(), &c);
   }
 
   void addStack(StackView& stack) {
@@ -306,14 +326,12 @@ class Pass {
     const LayoutAttribute crossEnd = vertical ? LayoutAttribute::Trailing : LayoutAttribute::Bottom;
     const LayoutAttribute crossCenter = vertical ? LayoutAttribute::CenterX : LayoutAttribute::CenterY;
     const LayoutAttribute crossLength = vertical ? LayoutAttribute::Width : LayoutAttribute::Height;
-    const std::string name = stack.identifier();
-
     auto relate = [&](const Expression& a, const Expression& b, double constant, Relation relation, double strength,
-                      const std::string& what) {
+                      const char* what) {
       Expression e = a;
       e.add(b, -1);
       e.constant -= constant;
-      add(e, relation, strength, name + " " + what);
+      add(e, relation, strength, what, &stack);
     };
 
     std::vector<View*> shown;
@@ -332,7 +350,7 @@ class Pass {
       shown.push_back(view.get());
     }
     if (shown.empty()) {
-      add(attribute(stack, length), Relation::Equal, strengthOf(kLayoutPriorityFittingSizeLevel), name + " empty");
+      add(attribute(stack, length), Relation::Equal, strengthOf(kLayoutPriorityFittingSizeLevel), "empty", &stack);
       return;
     }
 
@@ -341,8 +359,8 @@ class Pass {
                               stack.distribution() == StackView::Distribution::EqualCentering;
     std::optional<LinearSolver::Variable> gap;
     if (equalSpacing && shown.size() > 1) {
-      gap = solver_->newVariable();
-      require({{{*gap, 1}}, -stack.spacing()}, Relation::GreaterOrEqual, name + " spacing");
+      gap = box(stack)[LayoutSystem::Gap];
+      require({{{*gap, 1}}, -stack.spacing()}, Relation::GreaterOrEqual, "spacing", &stack);
     }
     relate(attribute(*shown.front(), start), attribute(stack, start), 0, Relation::Equal, LinearSolver::kRequired,
            "first");
@@ -365,14 +383,14 @@ class Pass {
       }
     } else if (stack.distribution() == StackView::Distribution::FillProportionally) {
       // Lengths in proportion to the intrinsic lengths (length = k × intrinsic).
-      const LinearSolver::Variable k = solver_->newVariable();
+      const LinearSolver::Variable k = box(stack)[LayoutSystem::Proportion];
       for (View* view : shown) {
         const Size ics = view->intrinsicContentSize();
         const double intrinsic = vertical ? ics.height : ics.width;
         if (intrinsic > 0) {
           Expression e = attribute(*view, length);
           e.terms.push_back(Term{k, -intrinsic});
-          add(e, Relation::Equal, strengthOf(kLayoutPriorityRequired - 1), name + " proportional");
+          add(e, Relation::Equal, strengthOf(kLayoutPriorityRequired - 1), "proportional", &stack);
         }
       }
     }
@@ -421,62 +439,87 @@ class Pass {
   LayoutPriority hFitting_;
   LayoutPriority vFitting_;
   std::vector<View*> views_;
-  std::set<View*> members_;
+  std::unordered_set<View*> members_;
   std::vector<std::shared_ptr<LayoutConstraint>> constraints_;
-  std::unordered_map<View*, Box> boxes_;
-  LinearSolver* solver_ = nullptr;
-  std::vector<std::string>* broken_ = nullptr;
+  std::unordered_map<View*, const Box*> boxes_;
+  std::vector<LayoutRule> rules_;
 };
 
-// Solves, then measures wrapping text at the widths found and solves again
-// while any height changed.
-std::unordered_map<View*, Rect> solveWithText(Pass& pass, std::vector<std::string>& broken) {
-  std::unordered_map<View*, double> widths;
-  auto solution = pass.solve(widths, &broken);
-  for (int round = 0; round < 3; ++round) {
-    bool changed = false;
-    for (View* view : pass.views()) {
-      if (view->translatesAutoresizingMaskIntoConstraints()) {
-        continue;
-      }
-      const Size natural = view->intrinsicContentSize();
-      const double width = solution[view].width();
-      if (natural.height < 0 || natural.width < 0 || width >= natural.width) {
-        continue;
-      }
-      const auto used = widths.find(view);
-      if (used != widths.end() && std::fabs(used->second - width) < 0.5) {
-        continue;
-      }
-      if (view->intrinsicContentSizeForWidth(width) == natural) {
-        continue;
-      }
-      widths[view] = width;
-      changed = true;
+// The widths at which wrapping text should be measured for a solution: the
+// width a view got when that is narrower than its natural width and changes
+// its size.
+WrapWidths wrapWidthsFor(const Pass& pass, std::unordered_map<View*, Rect>& solution) {
+  WrapWidths widths;
+  for (View* view : pass.views()) {
+    if (view->translatesAutoresizingMaskIntoConstraints()) {
+      continue;
     }
-    if (!changed) {
+    const Size natural = view->intrinsicContentSize();
+    const double width = solution[view].width();
+    if (natural.height < 0 || natural.width < 0 || width >= natural.width) {
+      continue;
+    }
+    if (view->intrinsicContentSizeForWidth(width) == natural) {
+      continue;
+    }
+    widths[view] = width;
+  }
+  return widths;
+}
+
+// Solves, then measures wrapping text at the widths found and solves again
+// until those widths hold (at most three more rounds). A kept system starts
+// from the widths of its last pass, which mostly hold again.
+std::unordered_map<View*, Rect> solveWithText(Pass& pass, LayoutSystem& system, std::vector<std::string>& broken,
+                                              LayoutSystem::Statistics* figures = nullptr) {
+  WrapWidths& widths = system.wrapWidths();
+  std::unordered_map<View*, Rect> solution;
+  for (int round = 0; round < 4; ++round) {
+    broken.clear();
+    system.update(pass.rules(system, widths), broken);
+    if (figures != nullptr) {
+      accumulate(*figures, system.lastUpdate());
+    }
+    solution = pass.solution(system);
+    WrapWidths next = wrapWidthsFor(pass, solution);
+    if (next == widths) {
       break;
     }
-    broken.clear();
-    solution = pass.solve(widths, &broken);
+    widths = std::move(next);
   }
   return solution;
+}
+
+LayoutSystem& systemFor(std::unique_ptr<LayoutSystem>& kept, LayoutEngine::Strategy strategy,
+                        std::unique_ptr<LayoutSystem>& fresh) {
+  if (strategy == LayoutEngine::Strategy::FromScratch) {
+    fresh = std::make_unique<LayoutSystem>();
+    return *fresh;
+  }
+  if (!kept) {
+    kept = std::make_unique<LayoutSystem>();
+  }
+  return *kept;
 }
 
 }  // namespace
 
 const std::vector<std::string>& LayoutEngine::lastConflicts() { return conflicts(); }
 
-void LayoutEngine::layout(View& root) {
+const LayoutSystem::Statistics& LayoutEngine::lastStatistics() { return statistics(); }
+
+void LayoutEngine::layout(View& root, Strategy strategy) {
   platform::assertMainThread("LayoutEngine::layout");
   std::vector<std::string> broken;
+  std::unique_ptr<LayoutSystem> fresh;
+  LayoutSystem::Statistics figures;
   // layoutSubviews() may change what the pass depends on (texts, constraints):
   // run again while it does, a bounded number of times.
   for (int round = 0; round < 4; ++round) {
     Pass pass(root, Mode::Layout, Size{}, 0, 0);
     pass.collectConstraints();
-    broken.clear();
-    auto solution = solveWithText(pass, broken);
+    LayoutSystem& system = systemFor(root.layoutSystem_, strategy, fresh);
+    auto solution = solveWithText(pass, system, broken, &figures);
     for (View* view : pass.views()) {
       if (view == &root) {
         continue;
@@ -509,14 +552,18 @@ void LayoutEngine::layout(View& root) {
   }
   root.needsLayout_ = false;
   conflicts() = std::move(broken);
+  statistics() = figures;
 }
 
-Size LayoutEngine::fittingSize(View& root, Size target, LayoutPriority horizontal, LayoutPriority vertical) {
+Size LayoutEngine::fittingSize(View& root, Size target, LayoutPriority horizontal, LayoutPriority vertical,
+                               Strategy strategy) {
   platform::assertMainThread("LayoutEngine::fittingSize");
   Pass pass(root, Mode::Fitting, target, horizontal, vertical);
   pass.collectConstraints();
+  std::unique_ptr<LayoutSystem> fresh;
+  LayoutSystem& system = systemFor(root.fittingSystem_, strategy, fresh);
   std::vector<std::string> broken;
-  auto solution = solveWithText(pass, broken);
+  auto solution = solveWithText(pass, system, broken);
   return solution[&root].size;
 }
 

@@ -8,28 +8,44 @@
 //   relative to it.
 // - Priorities: 1000 is required; lower priorities weigh 10^(p/125), so a
 //   higher priority always wins over a lower one of the same magnitude.
-// - Text that wraps is measured at the width the first solution gives it, and
-//   the tree solved again (at most three rounds).
+// - Text that wraps is measured at the width the solution gives it, and the
+//   tree solved again until those widths hold (at most three more rounds).
 // - A required constraint that contradicts the others is kept at priority 999
 //   and reported in lastConflicts(): the layout stays defined.
+// - Incremental: the root keeps its rules solved between passes (a
+//   LayoutSystem, one for layout and one for fitting sizes), so a pass costs
+//   what changed: a new text's intrinsic size or a moved frame edits the
+//   constant of a rule, a new or removed view or constraint adds or removes
+//   its rules. Frames are those of a fresh solve (Strategy::FromScratch, kept
+//   for comparison); they are rounded to 2^-20 points so that rounding noise
+//   of the two routes does not show. Where several layouts are equally good
+//   (rules of one priority pulling against each other), either may be kept.
 // Main thread only.
 
 #include <string>
 #include <vector>
 
+#include "platform/ui/LayoutSystem.h"
 #include "platform/ui/View.h"
 
 namespace velune::ui {
 
 class LayoutEngine {
  public:
-  static void layout(View& root);
+  enum class Strategy {
+    Incremental,  // from the root's kept rules and solution
+    FromScratch,  // a new solver for this pass; what is kept stays as it was
+  };
+  static void layout(View& root, Strategy strategy = Strategy::Incremental);
   // The root's size that satisfies its tree with `target` as a weak wish;
   // nothing is moved.
-  static Size fittingSize(View& root, Size target, LayoutPriority horizontal, LayoutPriority vertical);
+  static Size fittingSize(View& root, Size target, LayoutPriority horizontal, LayoutPriority vertical,
+                          Strategy strategy = Strategy::Incremental);
   // Descriptions of the required constraints that had to be broken in the
   // last pass (empty when everything held).
   static const std::vector<std::string>& lastConflicts();
+  // What the last layout() did to its rules, summed over its solves.
+  static const LayoutSystem::Statistics& lastStatistics();
 };
 
 }  // namespace velune::ui

@@ -184,27 +184,41 @@ bool LinearSolver::allDummies(const Row& row) {
   return true;
 }
 
-bool LinearSolver::addConstraint(const std::vector<Term>& terms, double constant, Relation relation,
-                                 double strength) {
+LinearSolver::Constraint LinearSolver::add(const std::vector<Term>& terms, double constant, Relation relation,
+                                           double strength) {
   if (!std::isfinite(constant) || !(strength > 0)) {
-    return false;
+    return kRefused;
   }
   for (const auto& term : terms) {
     if (!std::isfinite(term.coefficient)) {
-      return false;
+      return kRefused;
     }
   }
-  Stored constraint{terms, constant, relation, strength};
-  if (!add(constraint)) {
-    return false;
+  Stored constraint{terms, constant, relation, strength, Tag{}, 1, true};
+  if (!insert(constraint)) {
+    return kRefused;
   }
-  accepted_.push_back(std::move(constraint));
-  return true;
+  constraints_.push_back(std::move(constraint));
+  ++liveCount_;
+  return static_cast<Constraint>(constraints_.size() - 1);
 }
 
-bool LinearSolver::add(const Stored& constraint) {
+bool LinearSolver::insert(Stored& constraint) {
   Tag tag;
   Row row = createRow(constraint.terms, constraint.constant, constraint.relation, constraint.strength, tag);
+  constraint.tag = tag;
+  const bool required = constraint.strength >= kRequired;
+  switch (constraint.relation) {
+    case Relation::LessOrEqual:
+      constraint.markerCoefficient = 1;
+      break;
+    case Relation::GreaterOrEqual:
+      constraint.markerCoefficient = -1;
+      break;
+    case Relation::Equal:
+      constraint.markerCoefficient = required ? 1 : -1;
+      break;
+  }
   Symbol subject = chooseSubject(row, tag);
   if (!subject.valid() && allDummies(row)) {
     if (!nearZero(row.constant)) {
@@ -234,9 +248,207 @@ void LinearSolver::rebuild() {
   objective_ = Row{};
   variables_.clear();
   artificial_ = nullptr;
-  for (const auto& constraint : accepted_) {
-    add(constraint);
+  for (auto& constraint : constraints_) {
+    if (constraint.live) {
+      insert(constraint);
+    }
   }
+}
+
+void LinearSolver::removeMarkerEffects(Symbol marker, double strength) {
+  const auto row = rows_.find(marker);
+  if (row != rows_.end()) {
+    objective_.insert(row->second, -strength);
+  } else {
+    objective_.insert(marker, -strength);
+  }
+}
+
+// The row to pivot a constraint's marker into the basis with, keeping the
+// others feasible: the tightest restricted row where the marker would grow,
+// else where it would shrink, else an unrestricted one.
+std::map<LinearSolver::Symbol, LinearSolver::Row>::iterator LinearSolver::markerLeavingRow(Symbol marker) {
+  const double none = std::numeric_limits<double>::max();
+  double r1 = none;
+  double r2 = none;
+  auto first = rows_.end();
+  auto second = rows_.end();
+  auto third = rows_.end();
+  for (auto it = rows_.begin(); it != rows_.end(); ++it) {
+    const double coefficient = it->second.coefficientFor(marker);
+    if (coefficient == 0.0) {
+      continue;
+    }
+    if (it->first.type == SymbolType::External) {
+      third = it;
+    } else if (coefficient < 0) {
+      const double r = -it->second.constant / coefficient;
+      if (r < r1) {
+        r1 = r;
+        first = it;
+      }
+    } else {
+      const double r = it->second.constant / coefficient;
+      if (r < r2) {
+        r2 = r;
+        second = it;
+      }
+    }
+  }
+  if (first != rows_.end()) {
+    return first;
+  }
+  return second != rows_.end() ? second : third;
+}
+
+void LinearSolver::remove(Constraint handle) {
+  if (handle < 0 || static_cast<size_t>(handle) >= constraints_.size() || !constraints_[handle].live) {
+    return;
+  }
+  Stored& constraint = constraints_[handle];
+  constraint.live = false;
+  --liveCount_;
+  // The objective loses the constraint's errors before any pivot, or the
+  // pivots would carry them into it.
+  if (constraint.tag.marker.type == SymbolType::Error) {
+    removeMarkerEffects(constraint.tag.marker, constraint.strength);
+  }
+  if (constraint.tag.other.type == SymbolType::Error) {
+    removeMarkerEffects(constraint.tag.other, constraint.strength);
+  }
+  const auto basic = rows_.find(constraint.tag.marker);
+  if (basic != rows_.end()) {
+    rows_.erase(basic);
+  } else {
+    const auto leaving = markerLeavingRow(constraint.tag.marker);
+    if (leaving != rows_.end()) {
+      const Symbol leavingSymbol = leaving->first;
+      Row row = std::move(leaving->second);
+      rows_.erase(leaving);
+      row.solveFor(leavingSymbol, constraint.tag.marker);
+      substitute(constraint.tag.marker, row);
+    }
+  }
+  objective_.remove(constraint.tag.marker);
+  objective_.remove(constraint.tag.other);
+  if (!optimize(objective_)) {
+    rebuild();
+  }
+  constraint.terms.clear();
+  constraint.terms.shrink_to_fit();
+}
+
+double LinearSolver::constantOf(Constraint handle) const {
+  if (handle < 0 || static_cast<size_t>(handle) >= constraints_.size()) {
+    return 0;
+  }
+  return constraints_[handle].constant;
+}
+
+// A constant that grows by `delta` is the old constraint with its marker
+// shifted by delta / (the marker's coefficient): every row that holds the
+// marker moves by that much.
+void LinearSolver::shiftConstant(const Stored& constraint, double delta, std::vector<Symbol>& infeasible) {
+  const Symbol marker = constraint.tag.marker;
+  const double shift = delta / constraint.markerCoefficient;
+  const auto basic = rows_.find(marker);
+  if (basic != rows_.end()) {
+    basic->second.constant -= shift;
+    if (marker.type != SymbolType::External && basic->second.constant < 0) {
+      infeasible.push_back(marker);
+    }
+    return;
+  }
+  for (auto& [symbol, row] : rows_) {
+    const double coefficient = row.coefficientFor(marker);
+    if (coefficient == 0.0) {
+      continue;
+    }
+    row.constant += coefficient * shift;
+    if (symbol.type != SymbolType::External && row.constant < 0) {
+      infeasible.push_back(symbol);
+    }
+  }
+}
+
+bool LinearSolver::setConstant(Constraint handle, double constant) {
+  if (handle < 0 || static_cast<size_t>(handle) >= constraints_.size() || !constraints_[handle].live ||
+      !std::isfinite(constant)) {
+    return false;
+  }
+  Stored& constraint = constraints_[handle];
+  const double delta = constant - constraint.constant;
+  if (delta == 0.0) {
+    return true;
+  }
+  // A marker that is basic and a dummy belongs to a redundant required
+  // equality: it stays consistent only while its row stays zero.
+  const auto basic = rows_.find(constraint.tag.marker);
+  if (basic != rows_.end() && constraint.tag.marker.type == SymbolType::Dummy &&
+      !nearZero(basic->second.constant - delta / constraint.markerCoefficient)) {
+    return false;
+  }
+  std::vector<Symbol> infeasible;
+  shiftConstant(constraint, delta, infeasible);
+  if (dualOptimize(infeasible)) {
+    constraint.constant = constant;
+    return true;
+  }
+  // Contradicts required constraints: shift back and restore optimality
+  // from wherever the pivots left the tableau.
+  infeasible.clear();
+  shiftConstant(constraint, -delta, infeasible);
+  for (const auto& [symbol, row] : rows_) {
+    if (symbol.type != SymbolType::External && row.constant < 0) {
+      infeasible.push_back(symbol);
+    }
+  }
+  if (!dualOptimize(infeasible)) {
+    rebuild();
+  }
+  return false;
+}
+
+LinearSolver::Symbol LinearSolver::dualEnteringSymbol(const Row& row) const {
+  Symbol entering;
+  double ratio = std::numeric_limits<double>::max();
+  for (const auto& [symbol, coefficient] : row.cells) {
+    if (coefficient > 0 && symbol.type != SymbolType::Dummy) {
+      const double r = objective_.coefficientFor(symbol) / coefficient;
+      if (r < ratio) {
+        ratio = r;
+        entering = symbol;
+      }
+    }
+  }
+  return entering;
+}
+
+bool LinearSolver::dualOptimize(std::vector<Symbol>& infeasible) {
+  for (int guard = 0; !infeasible.empty() && guard < 100000; ++guard) {
+    const Symbol leaving = infeasible.back();
+    infeasible.pop_back();
+    const auto it = rows_.find(leaving);
+    if (it == rows_.end() || nearZero(it->second.constant) || it->second.constant >= 0) {
+      continue;
+    }
+    const Symbol entering = dualEnteringSymbol(it->second);
+    if (!entering.valid()) {
+      return false;  // no feasible solution: the change contradicts required constraints
+    }
+    Row row = std::move(it->second);
+    rows_.erase(it);
+    row.solveFor(leaving, entering);
+    substitute(entering, row);
+    rows_[entering] = std::move(row);
+    // The pivot may have made other rows infeasible.
+    for (const auto& [symbol, r] : rows_) {
+      if (symbol.type != SymbolType::External && r.constant < 0 && !nearZero(r.constant)) {
+        infeasible.push_back(symbol);
+      }
+    }
+  }
+  return infeasible.empty();
 }
 
 bool LinearSolver::addWithArtificialVariable(const Row& row) {

@@ -12,7 +12,14 @@
 //
 // A required constraint that contradicts the ones already added is refused
 // (addConstraint returns false) and leaves the solver as it was.
+//
+// The tableau is kept between changes, so a solver can follow a layout that
+// changes a little at a time: remove() drops one constraint and setConstant()
+// moves one (an edit: a size that changed), each re-solving from the current
+// solution (the dual simplex for a constant) instead of from nothing.
+// Not thread-safe; one owner uses it.
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <utility>
@@ -23,6 +30,9 @@ namespace velune::ui {
 class LinearSolver {
  public:
   using Variable = int;
+  // A handle of an added constraint.
+  using Constraint = int;
+  static constexpr Constraint kRefused = -1;
   enum class Relation { LessOrEqual, Equal, GreaterOrEqual };
   // Strengths at or above this are required.
   static constexpr double kRequired = 1e12;
@@ -33,9 +43,20 @@ class LinearSolver {
   };
 
   Variable newVariable();
-  // Σ terms + constant (relation) 0, with a strength (> 0).
-  bool addConstraint(const std::vector<Term>& terms, double constant, Relation relation, double strength);
+  // Σ terms + constant (relation) 0, with a strength (> 0). kRefused for a
+  // required constraint that contradicts the others and for bad numbers.
+  Constraint add(const std::vector<Term>& terms, double constant, Relation relation, double strength);
+  bool addConstraint(const std::vector<Term>& terms, double constant, Relation relation, double strength) {
+    return add(terms, constant, relation, strength) != kRefused;
+  }
+  // Drops a constraint that add() accepted (unknown handles are ignored).
+  void remove(Constraint constraint);
+  // Gives a constraint a new constant. False, with nothing changed, when the
+  // new constant contradicts required constraints or is not finite.
+  bool setConstant(Constraint constraint, double constant);
+  double constantOf(Constraint constraint) const;
   double value(Variable variable) const;
+  size_t constraintCount() const { return liveCount_; }
 
  private:
   enum class SymbolType : std::uint8_t { External, Slack, Error, Dummy };
@@ -104,10 +125,20 @@ class LinearSolver {
     double constant;
     Relation relation;
     double strength;
+    Tag tag;
+    // The marker's coefficient in the constraint's own row, before any pivot.
+    double markerCoefficient = 1;
+    bool live = false;
   };
-  bool add(const Stored& constraint);
+  bool insert(Stored& constraint);
+  void shiftConstant(const Stored& constraint, double delta, std::vector<Symbol>& infeasible);
+  bool dualOptimize(std::vector<Symbol>& infeasible);
+  Symbol dualEnteringSymbol(const Row& row) const;
+  void removeMarkerEffects(Symbol marker, double strength);
+  std::map<Symbol, Row>::iterator markerLeavingRow(Symbol marker);
 
-  std::vector<Stored> accepted_;
+  std::vector<Stored> constraints_;  // by handle
+  size_t liveCount_ = 0;
   int nextSymbol_ = 1;
   Variable nextVariable_ = 0;
   std::map<Variable, Symbol> variables_;

@@ -10,6 +10,7 @@
 #include "platform/ui/GraphicsContext.h"
 #include "platform/ui/LayoutConstraint.h"
 #include "platform/ui/LayoutEngine.h"
+#include "platform/ui/LayoutSystem.h"
 #include "platform/ui/Screen.h"
 #include "platform/ui/Window.h"
 #include "platform/ui/ModelChanges.h"
@@ -193,6 +194,7 @@ void View::insertSubview(const std::shared_ptr<View>& view, size_t index) {
   index = std::min(index, subviews_.size());
   subviews_.insert(subviews_.begin() + static_cast<std::ptrdiff_t>(index), view);
   view->superview_ = weak_from_this();
+  view->layoutSystem_.reset();  // laid out with its new root from now on
   view->didMoveToSuperview();
   view->notifyMovedToWindow(oldWindow);
   markTreeNeedsLayout();

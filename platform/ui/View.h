@@ -37,6 +37,7 @@ namespace velune::ui {
 class GraphicsContext;
 class Image;
 class LayoutConstraint;
+class LayoutSystem;
 class TapGestureRecognizer;
 class Window;
 
@@ -213,6 +214,10 @@ class View : public Element, public std::enable_shared_from_this<View> {
   LayoutPriority hugging_[2] = {kLayoutPriorityDefaultLow, kLayoutPriorityDefaultLow};
   LayoutPriority compressionResistance_[2] = {kLayoutPriorityDefaultHigh, kLayoutPriorityDefaultHigh};
   std::vector<std::shared_ptr<LayoutConstraint>> constraints_;
+  // The rules of this view's tree kept solved while it is the root of layout
+  // passes (and of fitting-size questions); dropped when it gets a superview.
+  std::unique_ptr<LayoutSystem> layoutSystem_;
+  std::unique_ptr<LayoutSystem> fittingSystem_;
   bool needsLayout_ = true;
   bool layoutScheduled_ = false;
 

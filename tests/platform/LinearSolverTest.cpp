@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <random>
 #include <vector>
 
 namespace velune::ui {
@@ -75,6 +76,144 @@ TEST(LinearSolver, Chain_ManyLinkedVariablesSolveExactly) {
     previous = top;
   }
   EXPECT_DOUBLE_EQ(solver.value(tops.back()), 199 * 18);
+}
+
+
+TEST(LinearSolver, Edits_RemoveAndSetConstantMoveTheKeptSolution) {
+  LinearSolver solver;
+  const auto x = solver.newVariable();
+  const auto y = solver.newVariable();
+  const auto width = solver.add({{x, 1}}, -100, Relation::Equal, kRequired);           // x = 100
+  const auto gap = solver.add({{y, 1}, {x, -1}}, -10, Relation::GreaterOrEqual, kRequired);  // y >= x + 10
+  const auto wish = solver.add({{y, 1}}, -50, Relation::Equal, 10);                   // y wishes 50
+  ASSERT_NE(wish, LinearSolver::kRefused);
+  EXPECT_DOUBLE_EQ(solver.value(y), 110);
+  ASSERT_TRUE(solver.setConstant(width, -20));  // x = 20: the wish holds now
+  EXPECT_DOUBLE_EQ(solver.value(x), 20);
+  EXPECT_DOUBLE_EQ(solver.value(y), 50);
+  ASSERT_TRUE(solver.setConstant(gap, -45));  // y >= x + 45
+  EXPECT_DOUBLE_EQ(solver.value(y), 65);
+  solver.remove(gap);
+  EXPECT_DOUBLE_EQ(solver.value(y), 50);
+  EXPECT_EQ(solver.constraintCount(), 2U);
+  solver.remove(gap);  // twice, or an unknown handle: nothing happens
+  solver.remove(12345);
+  EXPECT_DOUBLE_EQ(solver.value(x), 20);
+
+  // A constant that contradicts required constraints is refused and changes nothing.
+  const auto cap = solver.add({{x, 1}}, -30, Relation::LessOrEqual, kRequired);  // x <= 30
+  ASSERT_NE(cap, LinearSolver::kRefused);
+  EXPECT_FALSE(solver.setConstant(width, -40));
+  EXPECT_DOUBLE_EQ(solver.constantOf(width), -20);
+  EXPECT_DOUBLE_EQ(solver.value(x), 20);
+  EXPECT_FALSE(solver.setConstant(width, std::numeric_limits<double>::quiet_NaN()));
+  // A redundant required equality may move only with the one it repeats.
+  const auto twin = solver.add({{x, 1}}, -20, Relation::Equal, kRequired);
+  ASSERT_NE(twin, LinearSolver::kRefused);
+  EXPECT_FALSE(solver.setConstant(twin, -25));
+  EXPECT_DOUBLE_EQ(solver.value(x), 20);
+}
+
+// Random systems, changed one constraint at a time, against a solver that
+// takes the final constraints from nothing. Required rules hold at a hidden
+// point, so they never contradict; the weights are distinct, so the best
+// solution is unique and both solvers must find it.
+TEST(LinearSolver, Edits_RandomChangesGiveTheSolutionOfAFreshSolver) {
+  std::mt19937 random(20240611);
+  for (int system = 0; system < 40; ++system) {
+    constexpr int kVariables = 8;
+    std::uniform_real_distribution<double> point(-100, 100);
+    std::uniform_real_distribution<double> weight(1, 1000);
+    std::uniform_int_distribution<int> pick(0, kVariables - 1);
+    std::vector<double> hidden;
+    LinearSolver kept;
+    std::vector<LinearSolver::Variable> variables;
+    for (int i = 0; i < kVariables; ++i) {
+      variables.push_back(kept.newVariable());
+      hidden.push_back(std::round(point(random)));
+    }
+    struct Live {
+      std::vector<LinearSolver::Term> terms;
+      double constant;
+      Relation relation;
+      double strength;
+      LinearSolver::Constraint handle;
+    };
+    std::vector<Live> live;
+    auto makeRule = [&](bool required) {
+      const int a = pick(random);
+      int b = pick(random);
+      if (b == a) {
+        b = (a + 1) % kVariables;
+      }
+      Live rule{{{variables[a], 1}, {variables[b], -1}}, 0, Relation::Equal, 0, LinearSolver::kRefused};
+      const double atHidden = hidden[a] - hidden[b];
+      if (required) {
+        // a - b <= atHidden + slack: true at the hidden point.
+        rule.relation = random() % 2 == 0 ? Relation::LessOrEqual : Relation::GreaterOrEqual;
+        const double slack = static_cast<double>(random() % 20);
+        rule.constant = rule.relation == Relation::LessOrEqual ? -(atHidden + slack) : -(atHidden - slack);
+        rule.strength = kRequired;
+      } else {
+        rule.relation = static_cast<Relation>(random() % 3);
+        rule.constant = std::round(point(random));
+        rule.strength = weight(random);
+      }
+      return rule;
+    };
+    // Every variable wishes for a value, so nothing is left free; weights of
+    // distinct powers of two never cancel out into a tie.
+    for (int i = 0; i < kVariables; ++i) {
+      live.push_back({{{variables[i], 1}}, -std::round(point(random)), Relation::Equal, 0.001 * (1 << i), 0});
+    }
+    for (int i = 0; i < 12; ++i) {
+      live.push_back(makeRule(i % 3 == 0));
+    }
+    for (auto& rule : live) {
+      rule.handle = kept.add(rule.terms, rule.constant, rule.relation, rule.strength);
+      ASSERT_NE(rule.handle, LinearSolver::kRefused);
+    }
+    for (int step = 0; step < 30; ++step) {
+      const size_t index = kVariables + static_cast<size_t>(random()) % (live.size() - kVariables);
+      switch (random() % 3) {
+        case 0: {  // a new constant
+          Live& rule = live[index];
+          // Required rules move to any bound that the hidden point still meets.
+          const double atHidden = hidden[static_cast<size_t>(rule.terms[0].variable)] -
+                                  hidden[static_cast<size_t>(rule.terms[1].variable)];
+          const double slack = static_cast<double>(random() % 20);
+          const double moved = rule.strength < kRequired                   ? std::round(point(random))
+                               : rule.relation == Relation::LessOrEqual ? -(atHidden + slack)
+                                                                         : -(atHidden - slack);
+          ASSERT_TRUE(kept.setConstant(rule.handle, moved));
+          rule.constant = moved;
+          break;
+        }
+        case 1:  // a rule goes
+          kept.remove(live[index].handle);
+          live.erase(live.begin() + static_cast<std::ptrdiff_t>(index));
+          break;
+        default: {  // a rule comes
+          Live rule = makeRule(random() % 3 == 0);
+          rule.handle = kept.add(rule.terms, rule.constant, rule.relation, rule.strength);
+          ASSERT_NE(rule.handle, LinearSolver::kRefused);
+          live.push_back(rule);
+          break;
+        }
+      }
+      LinearSolver fresh;
+      for (int i = 0; i < kVariables; ++i) {
+        fresh.newVariable();
+      }
+      for (const auto& rule : live) {
+        ASSERT_TRUE(fresh.addConstraint(rule.terms, rule.constant, rule.relation, rule.strength));
+      }
+      for (const auto variable : variables) {
+        ASSERT_NEAR(kept.value(variable), fresh.value(variable), 1e-6)
+            << "system " << system << " step " << step << " variable " << variable;
+      }
+    }
+  }
 }
 
 }  // namespace
