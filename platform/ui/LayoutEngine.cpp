@@ -38,15 +38,18 @@ void accumulate(LayoutSystem::Statistics& sum, const LayoutSystem::Statistics& o
 
 double strengthOf(LayoutPriority priority) { return LayoutSystem::strengthOf(static_cast<double>(priority)); }
 
-// Solver values carry rounding noise that depends on the order of the pivots;
-// a grid of 2^-20 points (far below a pixel) makes a kept solution and a fresh
-// one give the same frames.
+// Solver values carry rounding noise that depends on the order of the pivots.
+// A value within 1e-9 of a multiple of 2^-20 points (whole points, halves,
+// quarters: what integer sizes and centring give) is that multiple, so a kept
+// solution and a fresh one give the same frames; other values (thirds) keep
+// their last bits.
 double snapped(double value) {
   constexpr double kGrid = 1048576.0;
   if (!std::isfinite(value) || std::fabs(value) > 1e9) {
     return value;
   }
-  return std::round(value * kGrid) / kGrid + 0.0;
+  const double nearest = std::round(value * kGrid) / kGrid + 0.0;
+  return std::fabs(nearest - value) <= 1e-9 ? nearest : value;
 }
 
 // A linear expression over the solver's variables.

@@ -17,9 +17,11 @@
 //   what changed: a new text's intrinsic size or a moved frame edits the
 //   constant of a rule, a new or removed view or constraint adds or removes
 //   its rules. Frames are those of a fresh solve (Strategy::FromScratch, kept
-//   for comparison); they are rounded to 2^-20 points so that rounding noise
-//   of the two routes does not show. Where several layouts are equally good
-//   (rules of one priority pulling against each other), either may be kept.
+//   for comparison): values within 1e-9 of a multiple of 2^-20 points are
+//   taken as that multiple, so the two routes' rounding noise does not show
+//   (other values, such as thirds, agree to about 1e-12). Where several
+//   layouts are equally good (rules of one priority pulling against each
+//   other), either may be kept.
 // Main thread only.
 
 #include <string>

@@ -97,9 +97,11 @@ void LayoutSystem::update(std::vector<LayoutRule> rules, std::vector<std::string
   }
   statistics_ = Statistics{};
   statistics_.rules = rules.size();
-  // Variables of views that left stay in the solver until it is made anew.
+  // Variables of views that left, and the handles of removed rules, stay in
+  // the solver until it is made anew.
   const size_t liveVariables = views_.size() * SlotCount;
-  if (holdsConflicts_ || held_.empty() || variablesMade_ > 2 * liveVariables + 256) {
+  if (holdsConflicts_ || held_.empty() || variablesMade_ > 2 * liveVariables + 256 ||
+      solver_.handleCount() > 2 * held_.size() + 1024) {
     solveFromNothing(std::move(rules), broken);
     return;
   }

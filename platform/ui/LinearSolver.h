@@ -57,6 +57,8 @@ class LinearSolver {
   double constantOf(Constraint constraint) const;
   double value(Variable variable) const;
   size_t constraintCount() const { return liveCount_; }
+  // Handles ever given out (removed constraints keep theirs).
+  size_t handleCount() const { return constraints_.size(); }
 
  private:
   enum class SymbolType : std::uint8_t { External, Slack, Error, Dummy };
