@@ -189,7 +189,7 @@ class Pass {
     add(e, relation, LinearSolver::kRequired, what, view);
   }
 
-  const Box& box(const View& view) const { return *boxes_.at(const_cast<View*>(&view)); }
+  const Box& box(const View& view) const { return *boxes_.at(&view); }
 
   Expression attribute(View& view, LayoutAttribute attribute) const {
     const Box& b = box(view);
@@ -444,7 +444,7 @@ class Pass {
   std::vector<View*> views_;
   std::unordered_set<View*> members_;
   std::vector<std::shared_ptr<LayoutConstraint>> constraints_;
-  std::unordered_map<View*, const Box*> boxes_;
+  std::unordered_map<const View*, const Box*> boxes_;
   std::vector<LayoutRule> rules_;
 };
 

@@ -15,7 +15,7 @@ std::shared_ptr<ListViewCell> ListViewDataSource::listViewMakeCell(ListView& /*l
 std::vector<ListRowAction> ListViewDataSource::listViewActionsForRow(ListView& /*list*/, size_t /*row*/) { return {}; }
 
 namespace {
-// Measuring a row can move the rows after it; a few rounds settle what is in view.
+// Measuring rows changes which rows are in view; a few rounds settle it.
 constexpr int kTileRounds = 8;
 
 std::vector<size_t> sortedUnique(std::vector<size_t> rows) {
@@ -152,6 +152,9 @@ void ListView::configure(ListViewCell& cell, size_t row) {
 
 void ListView::measure(ListViewCell& cell, size_t row) {
   const double width = bounds().width();
+  if (!(width > 0)) {
+    return;  // measured once the list has a width
+  }
   const Rect frame = cell.frame();
   cell.setFrame(Rect(frame.minX(), frame.minY(), width, frame.height()));
   // The height the cell's constraints give it at the list's width.
@@ -192,7 +195,6 @@ void ListView::tile() {
         it = cells_.erase(it);
       }
     }
-    bool measured = false;
     for (size_t row = keep.first; row < keep.first + keep.count; ++row) {
       if (cells_.count(row) != 0) {
         continue;
@@ -214,10 +216,9 @@ void ListView::tile() {
         addSubview(cell);
       }
       configure(*cell, row);
-      measured = measured || metrics_.isMeasured();
     }
     clampScrollOffset();
-    if (!measured) {
+    if (rowsToKeep() == keep) {
       break;
     }
   }

@@ -142,6 +142,15 @@ TEST_F(ListViewTest, Scrolling_ShortOrEmptyListsAndAListWithoutSize) {
   unsized->layoutIfNeeded();
   EXPECT_EQ(unsized->visibleRowRange(), (ListView::RowRange{0, 3}));
   EXPECT_EQ(unsized->cellForRow(2)->frame(), Rect(0, 88, 320, 44));
+
+  // Measured rows wait for a width instead of wrapping at zero.
+  auto measured = makeList(50, Rect());
+  measured->setRowHeight(ListView::kAutomaticRowHeight);
+  measured->setFrame(Rect(0, 0, 320, 100));
+  measured->layoutIfNeeded();
+  const double line = std::ceil(Rows::labelOf(*measured->cellForRow(0)).font().lineHeight());
+  EXPECT_EQ(measured->rectForRow(0), Rect(0, 0, 320, line + 20));
+  EXPECT_EQ(measured->visibleRowRange(), (ListView::RowRange{0, 3}));
 }
 
 TEST_F(ListViewTest, MeasuredRows_TakeTheHeightTheirConstraintsGiveAtTheListsWidth) {
