@@ -7,6 +7,7 @@
 #include "platform/ui/Label.h"
 #include "platform/ui/LayoutConstraint.h"
 #include "platform/ui/StackView.h"
+#include "tests/support/LayoutTestSupport.h"
 #include "tests/support/UITestSupport.h"
 
 namespace velune::ui {
@@ -35,6 +36,12 @@ std::shared_ptr<SizedView> sized(double w, double h) { return std::make_shared<S
 
 class LayoutEngineTest : public testing::UITestCase {
  protected:
+  // Whatever a test left in the root's tree, the rules kept from its passes
+  // and a fresh solve must agree on the frames.
+  void TearDown() override {
+    testing::expectIncrementalMatchesFromScratch(*root_, "at the end of the test");
+    testing::UITestCase::TearDown();
+  }
   std::shared_ptr<View> root_ = View::make(Rect(0, 0, 300, 400));
 };
 

@@ -12,13 +12,13 @@
 #include "platform/ui/LayoutConstraint.h"
 #include "platform/ui/LayoutEngine.h"
 #include "platform/ui/StackView.h"
+#include "tests/support/LayoutTestSupport.h"
 #include "tests/support/UITestSupport.h"
 
 namespace velune::ui {
 namespace {
 
 using A = LayoutAttribute;
-using Strategy = LayoutEngine::Strategy;
 
 // A view whose intrinsic size a test changes, as a new image would.
 class SizedView : public View {
@@ -34,37 +34,7 @@ class SizedView : public View {
   Size size_;
 };
 
-void collectFrames(const View& view, std::vector<Rect>& frames) {
-  frames.push_back(view.frame());
-  for (const auto& child : view.subviews()) {
-    collectFrames(*child, frames);
-  }
-}
-
-std::vector<Rect> framesOf(const View& root) {
-  std::vector<Rect> frames;
-  collectFrames(root, frames);
-  return frames;
-}
-
-// Lays the tree out from its kept rules, then from nothing, and expects the
-// same frames (and the same conflicts) both times. Returns what the pass from
-// the kept rules did.
-LayoutSystem::Statistics expectIncrementalMatchesFromScratch(View& root, const std::string& where) {
-  LayoutEngine::layout(root, Strategy::Incremental);
-  const LayoutSystem::Statistics figures = LayoutEngine::lastStatistics();
-  const auto incremental = framesOf(root);
-  const auto conflicts = LayoutEngine::lastConflicts();
-  LayoutEngine::layout(root, Strategy::FromScratch);
-  const auto scratch = framesOf(root);
-  EXPECT_EQ(incremental.size(), scratch.size()) << where;
-  for (size_t i = 0; i < std::min(scratch.size(), incremental.size()); ++i) {
-    EXPECT_EQ(incremental[i], scratch[i]) << where << ", view " << i << ": " << incremental[i].description()
-                                          << " kept, " << scratch[i].description() << " fresh";
-  }
-  EXPECT_EQ(conflicts, LayoutEngine::lastConflicts()) << where;
-  return figures;
-}
+using testing::expectIncrementalMatchesFromScratch;
 
 class LayoutSystemTest : public testing::UITestCase {};
 
@@ -258,10 +228,10 @@ class RandomScene {
 TEST_F(LayoutSystemTest, Incremental_RandomRuleSetsGiveTheFramesOfAFreshSolve) {
   int kept = 0;
   int passes = 0;
-  for (unsigned seed = 1; seed <= 25; ++seed) {
+  for (unsigned seed = 1; seed <= 12; ++seed) {
     RandomScene scene(seed);
     expectIncrementalMatchesFromScratch(scene.root(), "seed " + std::to_string(seed) + " first pass");
-    for (int step = 0; step < 30; ++step) {
+    for (int step = 0; step < 25; ++step) {
       scene.step();
       const auto figures = expectIncrementalMatchesFromScratch(
           scene.root(), "seed " + std::to_string(seed) + " step " + std::to_string(step));
