@@ -14,7 +14,8 @@ DispatchSourceTimer::~DispatchSourceTimer() {
 }
 
 void DispatchSourceTimer::schedule(Duration startDelay, std::optional<Duration> interval, Duration leeway) {
-  bool rearm = false;
+  std::optional<std::uint64_t> chain;
+  MonotonicTime start{};
   {
     std::lock_guard lock(mutex_);
     startDelay_ = std::max(startDelay, Duration::zero());
@@ -28,12 +29,14 @@ void DispatchSourceTimer::schedule(Duration startDelay, std::optional<Duration> 
         TimerService::shared().cancel(*pending_);
         pending_.reset();
       }
-      ++generation_;
-      rearm = true;
+      // A deadline of the old chain that is firing right now sees the new
+      // chain and stops instead of arming its next tick.
+      chain = ++chain_;
+      start = Clock::current().monotonicNow() + startDelay_;
     }
   }
-  if (rearm) {
-    arm(Clock::current().monotonicNow() + startDelay_);
+  if (chain) {
+    arm(start, *chain);
   }
 }
 
@@ -44,6 +47,7 @@ void DispatchSourceTimer::setEventHandler(std::function<void()> handler) {
 
 void DispatchSourceTimer::resume() {
   Duration delay{0};
+  std::uint64_t chain = 0;
   {
     std::lock_guard lock(mutex_);
     if (resumed_ || cancelled_.load()) {
@@ -51,8 +55,9 @@ void DispatchSourceTimer::resume() {
     }
     resumed_ = true;
     delay = startDelay_;
+    chain = chain_;
   }
-  arm(Clock::current().monotonicNow() + delay);
+  arm(Clock::current().monotonicNow() + delay, chain);
 }
 
 void DispatchSourceTimer::cancel() {
@@ -62,6 +67,7 @@ void DispatchSourceTimer::cancel() {
     TimerService::shared().cancel(*pending_);
     pending_.reset();
   }
+  ++chain_;
   handler_ = nullptr;
 }
 
@@ -75,44 +81,48 @@ Duration DispatchSourceTimer::leeway() const {
   return leeway_;
 }
 
-void DispatchSourceTimer::arm(MonotonicTime deadline) {
-  std::uint64_t generation = 0;
+void DispatchSourceTimer::arm(MonotonicTime deadline, std::uint64_t chain) {
+  std::uint64_t count = 0;
   {
     std::lock_guard lock(mutex_);
-    if (cancelled_.load()) {
+    if (cancelled_.load() || chain != chain_) {
       return;
     }
-    generation = ++generation_;
+    count = ++armCount_;
   }
   std::weak_ptr<DispatchSourceTimer> weakSelf = weak_from_this();
   // Not under the lock: a deadline that is already due fires inside
   // schedule(), and firing takes the lock.
-  const auto id = TimerService::shared().schedule(deadline, [weakSelf, deadline] {
+  const auto id = TimerService::shared().schedule(deadline, [weakSelf, deadline, chain] {
     if (auto self = weakSelf.lock()) {
-      self->fired(deadline);
+      self->fired(deadline, chain);
     }
   });
   std::lock_guard lock(mutex_);
-  if (cancelled_.load()) {
+  if (cancelled_.load() || chain != chain_) {
     TimerService::shared().cancel(id);
     return;
   }
   // When the deadline fired at once and re-armed, the newer id is kept.
-  if (generation_ == generation) {
+  if (armCount_ == count) {
     pending_ = id;
   }
 }
 
-void DispatchSourceTimer::fired(MonotonicTime deadline) {
+void DispatchSourceTimer::fired(MonotonicTime deadline, std::uint64_t chain) {
   std::optional<MonotonicTime> next;
+  bool post = false;
   {
     std::lock_guard lock(mutex_);
-    if (cancelled_.load()) {
+    if (cancelled_.load() || chain != chain_) {
       return;
     }
     pending_.reset();
+    post = !tickQueued_;
+    tickQueued_ = true;
     if (interval_) {
-      // Fold missed ticks into this one: the next deadline lies in the future.
+      // The next deadline lies in the future: intervals the clock jumped
+      // past are not fired one by one.
       const MonotonicTime now = Clock::current().monotonicNow();
       MonotonicTime candidate = deadline + *interval_;
       if (candidate <= now) {
@@ -122,23 +132,32 @@ void DispatchSourceTimer::fired(MonotonicTime deadline) {
       next = candidate;
     }
   }
-  std::weak_ptr<DispatchSourceTimer> weakSelf = weak_from_this();
-  queue_->async([weakSelf] {
-    auto self = weakSelf.lock();
-    if (!self || self->isCancelled()) {
+  if (post) {
+    std::weak_ptr<DispatchSourceTimer> weakSelf = weak_from_this();
+    queue_->async([weakSelf] {
+      if (auto self = weakSelf.lock()) {
+        self->runTick();
+      }
+    });
+  }
+  if (next) {
+    arm(*next, chain);
+  }
+}
+
+void DispatchSourceTimer::runTick() {
+  std::function<void()> handler;
+  {
+    std::lock_guard lock(mutex_);
+    // From here on a new tick may be queued behind this one.
+    tickQueued_ = false;
+    if (cancelled_.load()) {
       return;
     }
-    std::function<void()> handler;
-    {
-      std::lock_guard lock(self->mutex_);
-      handler = self->handler_;
-    }
-    if (handler) {
-      handler();
-    }
-  });
-  if (next) {
-    arm(*next);
+    handler = handler_;
+  }
+  if (handler) {
+    handler();
   }
 }
 

@@ -4,8 +4,12 @@
 //
 // - Nothing happens before resume(). cancel() stops it for good; a handler
 //   already handed to the queue checks for cancellation and does not run.
-// - When the clock jumps past several intervals (a ManualClock moved far, or a
-//   busy machine), the missed ticks are folded into one.
+// - At most one tick waits on the queue at a time: ticks that come due while
+//   the previous one has not started yet (a busy queue, a clock that jumped
+//   past several intervals) are folded into it.
+// - schedule() on a resumed timer replaces its tick chain: only the new start
+//   and interval apply from then on, even while a tick is being fired on
+//   another thread.
 // - The leeway is recorded as a hint; ticks are taken at their deadline.
 // - The timer is owned by its creator; destroying it cancels it. The handler
 //   should hold its owner weakly.
@@ -40,8 +44,11 @@ class DispatchSourceTimer : public std::enable_shared_from_this<DispatchSourceTi
 
  private:
   explicit DispatchSourceTimer(std::shared_ptr<DispatchQueue> queue) : queue_(std::move(queue)) {}
-  void arm(MonotonicTime deadline);
-  void fired(MonotonicTime deadline);
+  // `chain` is the schedule the deadline belongs to; a deadline of an older
+  // chain (replaced by schedule() or cancelled) does nothing.
+  void arm(MonotonicTime deadline, std::uint64_t chain);
+  void fired(MonotonicTime deadline, std::uint64_t chain);
+  void runTick();
 
   const std::shared_ptr<DispatchQueue> queue_;
   mutable std::mutex mutex_;
@@ -51,7 +58,13 @@ class DispatchSourceTimer : public std::enable_shared_from_this<DispatchSourceTi
   Duration leeway_{0};
   bool resumed_ = false;
   std::optional<TimerService::Id> pending_;
-  std::uint64_t generation_ = 0;
+  // The current tick chain; schedule() starts a new one.
+  std::uint64_t chain_ = 0;
+  // Counts arm() calls, so that a deadline that fired (and re-armed) inside
+  // TimerService::schedule() keeps the newer id in pending_.
+  std::uint64_t armCount_ = 0;
+  // A tick is on the queue and has not started.
+  bool tickQueued_ = false;
   std::atomic<bool> cancelled_{false};
 };
 

@@ -43,8 +43,12 @@ void Timer::fire(MonotonicTime deadline) {
     }
     arm(next);
   }
+  if (tickQueued_.exchange(true)) {
+    return;  // the queued tick stands for this one too
+  }
   auto self = shared_from_this();
   DispatchQueue::main()->async([self] {
+    self->tickQueued_.store(false);
     if (!self->valid_.load()) {
       return;
     }

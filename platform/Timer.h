@@ -3,7 +3,8 @@
 // main thread. Created and invalidated on the main thread; its block runs on
 // the main thread. While valid, the run loop holds the timer, so owners may
 // keep only a weak reference. A repeating timer fires every interval after
-// its creation; ticks missed while the main thread was busy are folded into one.
+// its creation. At most one tick waits on the main queue: ticks that come due
+// while the main thread is busy are folded into it.
 
 #include <atomic>
 #include <functional>
@@ -37,6 +38,8 @@ class Timer : public std::enable_shared_from_this<Timer> {
   Block block_;
   std::atomic<bool> valid_{true};
   std::atomic<TimerService::Id> pending_{0};
+  // A tick is on the main queue and has not started.
+  std::atomic<bool> tickQueued_{false};
 };
 
 }  // namespace velune::platform

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <set>
 #include <thread>
+#include <utility>
 
 #include "platform/DispatchSourceTimer.h"
 #include "platform/OperationQueue.h"
@@ -79,6 +80,79 @@ TEST(DispatchSourceTimer, DestroyingTheTimerStopsIt) {
   EXPECT_EQ(counter.settle(), 1);
 }
 
+// Ticks that come due while the queue is still busy with earlier work are one
+// tick, not one per interval.
+TEST(DispatchSourceTimer, BusyQueue_TicksThatCameDueFoldIntoOne) {
+  TickCounter counter;
+  auto timer = DispatchSourceTimer::create(counter.queue);
+  timer->schedule(secondsToDuration(1.0 / 60), secondsToDuration(1.0 / 60), Duration::zero());
+  timer->setEventHandler([&] { counter.ticks++; });
+  std::promise<void> release;
+  std::promise<void> busy;
+  counter.queue->async([&] {
+    busy.set_value();
+    release.get_future().wait();
+  });
+  busy.get_future().wait();
+  timer->resume();
+  for (int i = 0; i < 60; ++i) {
+    manualClock().advanceSeconds(1.0 / 60);
+  }
+  release.set_value();
+  EXPECT_EQ(counter.settle(), 1);
+  manualClock().advanceSeconds(1.0 / 60);
+  EXPECT_EQ(counter.settle(), 2);
+}
+
+// A queue that runs a hook inside the timer's post of a tick: the moment when
+// the firing thread has taken a tick and not yet armed the next one.
+class HookedQueue final : public DispatchQueue {
+ public:
+  HookedQueue() : DispatchQueue("test.hooked", QualityOfService::Default, 0) {}
+  void async(Task task) override {
+    if (auto hook = std::exchange(hook_, nullptr)) {
+      hook();
+    }
+    inner_->async(std::move(task));
+  }
+  bool isSerial() const override { return true; }
+  void setHook(std::function<void()> hook) { hook_ = std::move(hook); }
+  void settle() { inner_->sync([] {}); }
+
+ protected:
+  void syncImpl(const std::function<void()>& task) override { inner_->sync(task); }
+
+ private:
+  std::shared_ptr<DispatchQueue> inner_ = DispatchQueue::createSerial("test.hooked.inner");
+  std::function<void()> hook_;
+};
+
+// schedule() while a tick of the old schedule was being fired used to leave
+// the old chain running beside the new one.
+TEST(DispatchSourceTimer, RescheduleWhileATickFires_OnlyTheNewChainTicks) {
+  auto queue = std::make_shared<HookedQueue>();
+  std::atomic<int> ticks{0};
+  auto timer = DispatchSourceTimer::create(queue);
+  timer->schedule(Duration::zero(), secondsToDuration(10), Duration::zero());
+  timer->setEventHandler([&] { ticks++; });
+  timer->resume();  // t = 0: a tick
+  queue->settle();
+  queue->setHook([&] { timer->schedule(secondsToDuration(5), secondsToDuration(10), Duration::zero()); });
+  manualClock().advanceSeconds(10);  // t = 10: a tick, and the new chain starts at 15
+  queue->settle();
+  EXPECT_EQ(ticks.load(), 2);
+  manualClock().advanceSeconds(5);  // 15
+  queue->settle();
+  EXPECT_EQ(ticks.load(), 3);
+  manualClock().advanceSeconds(5);  // 20: only the old chain would tick here
+  queue->settle();
+  EXPECT_EQ(ticks.load(), 3);
+  manualClock().advanceSeconds(5);  // 25
+  queue->settle();
+  EXPECT_EQ(ticks.load(), 4);
+  timer->cancel();
+}
+
 TEST(DispatchSourceTimer, OneShotFiresOnce) {
   TickCounter counter;
   auto timer = DispatchSourceTimer::create(counter.queue);
@@ -117,6 +191,23 @@ TEST(Timer, OneShotTimerFiresOnceAndInvalidatesItself) {
   EXPECT_FALSE(timer->isValid());
   advanceClock(5);
   EXPECT_EQ(fired, 1);
+}
+
+// Every tick that came due while the main thread was busy used to be queued,
+// so a 1/60 s animation ran 60 times back to back after a one-second stall.
+TEST(Timer, BusyMainQueue_TicksThatCameDueFoldIntoOne) {
+  int fired = 0;
+  auto timer = Timer::scheduledTimer(1.0 / 60, true, [&](Timer&) { ++fired; });
+  DispatchQueue::main()->async([] {
+    for (int i = 0; i < 60; ++i) {  // the main thread is busy for one second
+      manualClock().advanceSeconds(1.0 / 60);
+    }
+  });
+  testing::runMainUntilIdle();
+  EXPECT_EQ(fired, 1);
+  advanceClock(1.0 / 60);
+  EXPECT_EQ(fired, 2) << "the timer keeps its period after the stall";
+  timer->invalidate();
 }
 
 TEST(Timer, InvalidateBeforeTheFirstTick) {
