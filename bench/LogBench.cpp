@@ -1,5 +1,7 @@
 // The cost of logging, side by side with spdlog in the same program:
 //
+//   Anchor_RelaxedAtomicCompare  the floor of a disabled call: one relaxed
+//                   atomic load and compare
 //   Disabled/*      a call below the level: DRLOG vs spdlog's disabled call
 //   EnabledCaller/* the caller's cost of an enabled call (format + hand-off):
 //                   DRLOG vs spdlog's asynchronous logger
@@ -18,6 +20,7 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <filesystem>
 #include <map>
@@ -68,6 +71,18 @@ const velune::platform::URL& sampleURL() {
 }
 
 // --- Disabled calls -------------------------------------------------------
+
+std::atomic<int> gAnchorLevel{6};
+
+void Anchor_RelaxedAtomicCompare(benchmark::State& state) {
+  int level = velune::kLogDebug;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(level);
+    bool enabled = level <= gAnchorLevel.load(std::memory_order_relaxed);
+    benchmark::DoNotOptimize(enabled);
+  }
+}
+BENCHMARK(Anchor_RelaxedAtomicCompare);
 
 void Disabled_DRLog(benchmark::State& state) {
   installLogging();
@@ -170,6 +185,8 @@ class RatioReporter final : public benchmark::ConsoleReporter {
     ConsoleReporter::Finalize();
     std::printf("\nRatios (ours / spdlog, time per iteration):\n");
     print("disabled call", "Disabled_DRLog", "Disabled_Spdlog");
+    std::printf("Ratio (ours / a relaxed atomic compare):\n");
+    print("disabled call", "Disabled_DRLog", "Anchor_RelaxedAtomicCompare");
     print("enabled call, caller side", "EnabledCaller_DRLog", "EnabledCaller_SpdlogAsync");
     print("sustained, 20000 records into a file", "Sustained_DRLog", "Sustained_SpdlogAsync");
   }

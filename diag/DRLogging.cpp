@@ -127,7 +127,13 @@ void buildAndSend(const PendingMessage& pending) {
 
 }  // namespace
 
-bool DRLogLevelEnabled(int level) { return DRZSLClient::ZSLClient().logLevel() >= level; }
+namespace detail {
+
+std::atomic<int> gCachedLogLevel{INT_MAX};
+
+bool DRLogLevelEnabledSlow(int level) { return DRZSLClient::ZSLClient().logLevel() >= level; }
+
+}  // namespace detail
 
 int DRLogLevelForZSL() { return DRZSLClient::ZSLClient().logLevelForZSL(); }
 

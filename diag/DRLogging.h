@@ -10,6 +10,8 @@
 // the message to the console, on its own low-priority queue, in submission
 // order. Logging never blocks on the log and never reports an error.
 
+#include <atomic>
+#include <climits>
 #include <optional>
 #include <span>
 #include <string>
@@ -21,8 +23,23 @@
 
 namespace velune {
 
-// True when the shared client's level is at least `level`.
-bool DRLogLevelEnabled(int level);
+namespace detail {
+// The shared client's level, copied at every change so that the level test is
+// one relaxed load and one compare, inlined at the call. INT_MAX until the
+// client has chosen its level: then every call takes the slow path, which
+// makes the client.
+extern std::atomic<int> gCachedLogLevel;
+bool DRLogLevelEnabledSlow(int level);
+}  // namespace detail
+
+// True when the shared client's level is at least `level`. Any thread.
+inline bool DRLogLevelEnabled(int level) {
+  const int cached = detail::gCachedLogLevel.load(std::memory_order_relaxed);
+  if (level > cached) [[likely]] {
+    return false;
+  }
+  return cached != INT_MAX || detail::DRLogLevelEnabledSlow(level);
+}
 // The shared client's level, at most 7.
 int DRLogLevelForZSL();
 // Sets the shared client's level (and the system log's filter mask).

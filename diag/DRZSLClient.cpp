@@ -59,6 +59,7 @@ DRZSLClient& DRZSLClient::ZSLClient() {
 
 DRZSLClient::DRZSLClient() {
   logQueue_ = DispatchQueue::createSerial(kLogQueueLabel, QualityOfService::Utility, -15);
+  noticeQueue_ = DispatchQueue::createSerial("com.vorlan.velunedriveapp.logging.notices", QualityOfService::Default);
   logQueue_->sync([this] {
     (void)sinks();
     _setLogLevelFromDefaults();
@@ -115,8 +116,13 @@ const DRZSLClient::Sinks& DRZSLClient::sinks() {
 
 int DRZSLClient::logLevelForZSL() const { return std::min(logLevel(), 7); }
 
-void DRZSLClient::setLogLevel(int level) {
+void DRZSLClient::storeLogLevel(int level) {
   logLevel_.store(level, std::memory_order_relaxed);
+  detail::gCachedLogLevel.store(level, std::memory_order_relaxed);
+}
+
+void DRZSLClient::setLogLevel(int level) {
+  storeLogLevel(level);
   logQueue_->sync([this] {
     const Sinks& current = sinks();
     current.systemLog->setFilterMask(current.zslClient, DRLogFilterMask(logLevelForZSL()));
@@ -182,7 +188,7 @@ void DRZSLClient::_setLogLevelFromDefaults() {
     level = static_cast<int>(std::min<std::int64_t>(preference, std::numeric_limits<int>::max()));
   }
 
-  logLevel_.store(level, std::memory_order_relaxed);
+  storeLogLevel(level);
   const Sinks& current = sinks();
   current.systemLog->setFilterMask(current.zslClient, DRLogFilterMask(logLevelForZSL()));
 
@@ -191,7 +197,7 @@ void DRZSLClient::_setLogLevelFromDefaults() {
   } else {
     platform::ProcessInfo::setEnvironmentVariable(kQuotaDisabledEnvironmentVariable, "1");
     // Never from here: this runs while the shared client is being made.
-    DispatchQueue::global(QualityOfService::Default)->async([] { DRLOG(kLogDebug, "Unthrottling logging"); });
+    noticeQueue_->async([] { DRLOG(kLogDebug, "Unthrottling logging"); });
   }
 }
 

@@ -54,6 +54,11 @@ class DRZSLClient {
   // log is flushed.
   void performLoggingBlock(std::function<void()> block);
   const std::shared_ptr<platform::DispatchQueue>& logQueue() const { return logQueue_; }
+  // The serial background queue (default priority) from which the level
+  // choice logs "Unthrottling logging": never the log queue itself, and one
+  // queue, so a caller that syncs it and then the log queue has every such
+  // line in the log.
+  const std::shared_ptr<platform::DispatchQueue>& noticeQueue() const { return noticeQueue_; }
 
   // Chooses the level from the preference and the marker file. Runs on the log queue.
   void _setLogLevelFromDefaults();
@@ -81,8 +86,11 @@ class DRZSLClient {
   Sinks sinks_;
   std::uint64_t sinksGeneration_ = 0;
   bool sinksResolved_ = false;
+  // Stored together with DRLogLevelEnabled's cached copy.
+  void storeLogLevel(int level);
   std::atomic<int> logLevel_{6};
   std::shared_ptr<platform::DispatchQueue> logQueue_;
+  std::shared_ptr<platform::DispatchQueue> noticeQueue_;
 
   void drain();
   std::mutex pendingMutex_;

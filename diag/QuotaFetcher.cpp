@@ -28,19 +28,20 @@ std::shared_ptr<QuotaFetcher> QuotaFetcher::create() {
 void QuotaFetcher::registerForNotifications() {
   const auto notifications = VELUNE_SERVICE(notifications);
   std::weak_ptr<QuotaFetcher> weakSelf = weak_from_this();
-  // Delivered on the main queue: canFetch is written on the main thread only.
-  notifications->addObserver(this, std::string(platform::kApplicationDidBecomeActiveNotification),
-                            platform::DispatchQueue::main(), [weakSelf](const platform::Notification&) {
-                              if (auto self = weakSelf.lock()) {
-                                self->didBecomeActiveNotification();
-                              }
-                            });
-  notifications->addObserver(this, std::string(platform::kApplicationWillResignActiveNotification),
-                            platform::DispatchQueue::main(), [weakSelf](const platform::Notification&) {
-                              if (auto self = weakSelf.lock()) {
-                                self->willResignActiveNotification();
-                              }
-                            });
+  // No queue: the handlers run inside the post (the application posts these on
+  // the main thread), so canFetch has changed when the post returns.
+  notifications->addObserver(this, std::string(platform::kApplicationDidBecomeActiveNotification), nullptr,
+                             [weakSelf](const platform::Notification&) {
+                               if (auto self = weakSelf.lock()) {
+                                 self->didBecomeActiveNotification();
+                               }
+                             });
+  notifications->addObserver(this, std::string(platform::kApplicationWillResignActiveNotification), nullptr,
+                             [weakSelf](const platform::Notification&) {
+                               if (auto self = weakSelf.lock()) {
+                                 self->willResignActiveNotification();
+                               }
+                             });
 }
 
 QuotaFetcher::~QuotaFetcher() {
@@ -87,9 +88,8 @@ void QuotaFetcher::performFetch() {
   std::weak_ptr<QuotaFetcher> weakSelf = weak_from_this();
   // No check that an earlier request has finished: each tick asks anew.
   quota->submit(std::move(request), [weakSelf](std::uint64_t bytesAvailable, std::optional<platform::Error> error) {
-    if (weakSelf.expired()) {
-      return;  // the fetcher is gone; so is whoever wanted the value
-    }
+    // A failure is logged whether or not the fetcher is still there; only
+    // handing the value over needs it.
     if (error) {
       DRLOG(kLogWarning, "can't update quota: %@", *error);
       return;

@@ -8,11 +8,13 @@
 // main thread. Timer ticks and requests run on the fetcher's serial queue
 // "com.vorlan.VeluneDriveApp.quotafetcher"; request completions arrive on a
 // queue of the service; freeBytes is written and the delegate called only on
-// the main thread.
+// the main thread. The became-active and will-resign-active handlers run
+// inside the application's post of the notification (on the main thread).
 //
 // Lifetime: the timer handler and the request completions hold the fetcher
-// weakly and do nothing once it is gone. Destruction removes its
-// notification registrations and cancels its timer.
+// weakly; once it is gone a completion still logs a failure but hands no
+// value over. Destruction removes its notification registrations and cancels
+// its timer.
 
 #include <atomic>
 #include <cstdint>

@@ -58,7 +58,8 @@ struct DeviceMonitor::Core {
   void reloadConfiguration();
   void reloadApplicationState();
   void watchLoop();
-  void pollLoop();
+  // `device` and `state`: the files as they were when watching began.
+  void pollLoop(FileSignature device, FileSignature state);
 
   const HomeLayout layout;
   int inotifyFd = -1;
@@ -118,8 +119,12 @@ void DeviceMonitor::start(DeviceWatchMethod method) {
       PLATFORM_LOG(kLogErr, "Cannot follow changes of the device settings: %@", std::strerror(errno));
       return;
     }
+    // The files as they are now, before start() returns: a change made right
+    // after it must count as a change even if the thread starts late.
+    const FileSignature device = signatureOf(core.deviceFile());
+    const FileSignature state = signatureOf(core.stateFile());
     if (method == DeviceWatchMethod::Polling) {
-      thread_ = std::thread([core = core_] { core->pollLoop(); });
+      thread_ = std::thread([core = core_, device, state] { core->pollLoop(device, state); });
       return;
     }
     core.inotifyFd = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
@@ -134,7 +139,7 @@ void DeviceMonitor::start(DeviceWatchMethod method) {
     if (core.inotifyFd < 0) {
       PLATFORM_LOG(kLogWarning, "Cannot watch %@ (%@); polling the device settings instead", core.layout.root(),
             std::strerror(watchError));
-      thread_ = std::thread([core = core_] { core->pollLoop(); });
+      thread_ = std::thread([core = core_, device, state] { core->pollLoop(device, state); });
     } else {
       thread_ = std::thread([core = core_] { core->watchLoop(); });
     }
@@ -202,9 +207,7 @@ void DeviceMonitor::Core::watchLoop() {
   }
 }
 
-void DeviceMonitor::Core::pollLoop() {
-  FileSignature device = signatureOf(deviceFile());
-  FileSignature state = signatureOf(stateFile());
+void DeviceMonitor::Core::pollLoop(FileSignature device, FileSignature state) {
   while (true) {
     pollfd stop = {stopFd, POLLIN, 0};
     const int ready = poll(&stop, 1, kPollIntervalMilliseconds);

@@ -9,6 +9,7 @@
 #include "platform/Format.h"
 #include "platform/Platform.h"
 #include "platform/SyncURLService.h"
+#include "platform/UTF8.h"
 #include "platform/Unicode.h"
 
 namespace velune {
@@ -168,7 +169,7 @@ bool FileUtils::isValidFilename(const std::string& name) {
   if (name.find('/') != std::string::npos || name.find(':') != std::string::npos) {
     return false;
   }
-  const auto codePoints = platform::unicode::decodeUTF8(name);
+  const auto codePoints = platform::decodeUTF8(name);
   if (!codePoints) {
     return false;  // bytes that are no characters at all
   }

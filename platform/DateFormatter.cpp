@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/Localization.h"
+#include "platform/UTF8.h"
 
 namespace velune::platform {
 namespace {
@@ -47,26 +48,6 @@ FormatterCache& cache() {
   return *shared;
 }
 
-std::u16string toUTF16(std::string_view text) {
-  int32_t length = 0;
-  UErrorCode status = U_ZERO_ERROR;
-  u_strFromUTF8(nullptr, 0, &length, text.data(), static_cast<int32_t>(text.size()), &status);
-  std::u16string out(static_cast<size_t>(length), u'\0');
-  status = U_ZERO_ERROR;
-  u_strFromUTF8(out.data(), length, nullptr, text.data(), static_cast<int32_t>(text.size()), &status);
-  return U_FAILURE(status) ? std::u16string() : out;
-}
-
-std::string toUTF8(const UChar* text, int32_t length) {
-  int32_t length8 = 0;
-  UErrorCode status = U_ZERO_ERROR;
-  u_strToUTF8(nullptr, 0, &length8, text, length, &status);
-  std::string out(static_cast<size_t>(length8), '\0');
-  status = U_ZERO_ERROR;
-  u_strToUTF8(out.data(), length8, nullptr, text, length, &status);
-  return U_FAILURE(status) ? std::string() : out;
-}
-
 }  // namespace
 
 std::string DateFormatter::localizedString(Date date, int dateStyle, int timeStyle, std::string_view timeZoneId) {
@@ -80,7 +61,7 @@ std::string DateFormatter::localizedString(Date date, int dateStyle, int timeSty
   auto key = std::make_tuple(dateKey, timeKey, std::string(timeZoneId));
   auto found = shared.formatters.find(key);
   if (found == shared.formatters.end()) {
-    const std::u16string zone = toUTF16(timeZoneId);
+    const std::u16string zone = toUTF16(timeZoneId).value_or(std::u16string());
     UErrorCode status = U_ZERO_ERROR;
     UDateFormat* opened =
         udat_open(icuStyle(timeKey), icuStyle(dateKey), appLocaleIdentifier(), zone.empty() ? nullptr : zone.data(),
@@ -104,7 +85,7 @@ std::string DateFormatter::localizedString(Date date, int dateStyle, int timeSty
   if (U_FAILURE(status)) {
     return {};
   }
-  return toUTF8(buffer.data(), length);
+  return fromUTF16(std::u16string_view(buffer.data(), static_cast<size_t>(length)));
 }
 
 }  // namespace velune::platform

@@ -72,24 +72,6 @@ class SerialQueue final : public DispatchQueue {
 
   bool isSerial() const override { return true; }
 
- protected:
-  void syncImpl(const std::function<void()>& task) override {
-    if (isCurrent()) {
-      abortDeadlock(label());
-    }
-    std::mutex doneMutex;
-    std::condition_variable doneSignal;
-    bool done = false;
-    async([&] {
-      task();
-      std::lock_guard lock(doneMutex);
-      done = true;
-      doneSignal.notify_one();
-    });
-    std::unique_lock lock(doneMutex);
-    doneSignal.wait(lock, [&] { return done; });
-  }
-
  private:
   struct State {
     std::mutex mutex;
@@ -152,8 +134,6 @@ class ConcurrentQueue final : public DispatchQueue {
   bool isSerial() const override { return false; }
 
  protected:
-  void syncImpl(const std::function<void()>& task) override { runAsCurrent(task); }
-
  private:
   static constexpr int kMaxThreads = 64;
 
@@ -191,22 +171,9 @@ class MainQueue final : public DispatchQueue {
   bool isSerial() const override { return true; }
 
  protected:
-  void syncImpl(const std::function<void()>& task) override {
-    if (isMainThread()) {
-      abortDeadlock(label());
-    }
-    std::mutex doneMutex;
-    std::condition_variable doneSignal;
-    bool done = false;
-    async([&] {
-      task();
-      std::lock_guard lock(doneMutex);
-      done = true;
-      doneSignal.notify_one();
-    });
-    std::unique_lock lock(doneMutex);
-    doneSignal.wait(lock, [&] { return done; });
-  }
+  // Whatever queue a main-thread task runs as, the main queue cannot run
+  // anything else until it returns.
+  bool runsOnCallingThread() const override { return isMainThread(); }
 };
 
 }  // namespace
@@ -245,7 +212,29 @@ std::shared_ptr<DispatchQueue> DispatchQueue::global(QualityOfService qos) {
   return *normal;
 }
 
-void DispatchQueue::sync(const std::function<void()>& task) { syncImpl(task); }
+bool DispatchQueue::runsOnCallingThread() const { return isCurrent(); }
+
+void DispatchQueue::sync(const std::function<void()>& task) {
+  // A concurrent queue may run the task at once, on the caller's thread.
+  if (!isSerial()) {
+    runAsCurrent(task);
+    return;
+  }
+  if (runsOnCallingThread()) {
+    abortDeadlock(label());
+  }
+  std::mutex doneMutex;
+  std::condition_variable doneSignal;
+  bool done = false;
+  async([&] {
+    task();
+    std::lock_guard lock(doneMutex);
+    done = true;
+    doneSignal.notify_one();
+  });
+  std::unique_lock lock(doneMutex);
+  doneSignal.wait(lock, [&] { return done; });
+}
 
 void DispatchQueue::asyncAfter(Duration delay, Task task) {
   const MonotonicTime deadline = Clock::current().monotonicNow() + std::max(delay, Duration::zero());

@@ -67,7 +67,9 @@ class DispatchQueue : public std::enable_shared_from_this<DispatchQueue> {
 
   // Runs `task` as this queue's work on the calling thread.
   void runAsCurrent(const std::function<void()>& task);
-  virtual void syncImpl(const std::function<void()>& task) = 0;
+  // True when the caller runs as this queue's work, so that a sync() would
+  // wait for itself (the current task, by default).
+  virtual bool runsOnCallingThread() const;
 
  private:
   const std::string label_;

@@ -3,6 +3,7 @@
 #include <unicode/upluralrules.h>
 #include <unicode/ustring.h>
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <nlohmann/json.hpp>
@@ -70,7 +71,18 @@ double numericValue(const FormatArg& arg) {
   }
 }
 
+std::atomic<bool> gPseudoLocalization{false};
+
+std::string fromTable(std::string text) {
+  if (gPseudoLocalization.load(std::memory_order_relaxed)) {
+    return "[" + text + "]";
+  }
+  return text;
+}
+
 }  // namespace
+
+void setPseudoLocalization(bool on) { gPseudoLocalization.store(on, std::memory_order_relaxed); }
 
 const char* appLocaleIdentifier() { return "en_US"; }
 
@@ -103,11 +115,11 @@ std::string localized(std::string_view key) {
     return std::string(key);
   }
   if (const auto* text = std::get_if<std::string>(&it->second)) {
-    return *text;
+    return fromTable(*text);
   }
   const auto& forms = std::get<PluralForms>(it->second);
   const auto other = forms.find("other");
-  return other != forms.end() ? other->second : std::string(key);
+  return other != forms.end() ? fromTable(other->second) : std::string(key);
 }
 
 std::string localizedFormatList(std::string_view key, std::span<const FormatArg> args) {
@@ -117,7 +129,7 @@ std::string localizedFormatList(std::string_view key, std::span<const FormatArg>
     return formatList(key, args);
   }
   if (const auto* text = std::get_if<std::string>(&it->second)) {
-    return formatList(*text, args);
+    return fromTable(formatList(*text, args));
   }
   const auto& forms = std::get<PluralForms>(it->second);
   const std::string category = !args.empty() && isNumeric(args[0]) ? pluralCategory(numericValue(args[0])) : "other";
@@ -125,8 +137,10 @@ std::string localizedFormatList(std::string_view key, std::span<const FormatArg>
   if (form == forms.end()) {
     form = forms.find("other");
   }
-  return formatList(form != forms.end() ? std::string_view(form->second) : key, args,
-                    /*firstArgumentSelectsOnly=*/true);
+  if (form == forms.end()) {
+    return formatList(key, args, /*firstArgumentSelectsOnly=*/true);
+  }
+  return fromTable(formatList(form->second, args, /*firstArgumentSelectsOnly=*/true));
 }
 
 }  // namespace velune::platform

@@ -38,4 +38,10 @@ std::string pluralCategory(double number);
 // The language of the string table and of formatted numbers and dates.
 const char* appLocaleIdentifier();
 
+// Pseudo-localisation: while on, every text found in the string table comes
+// out in brackets ("[OK]"), so a screen (or a test) shows at a glance which
+// user-visible texts bypass the table or lack an entry. Off by default; any
+// thread.
+void setPseudoLocalization(bool on);
+
 }  // namespace velune::platform

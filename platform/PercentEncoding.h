@@ -25,6 +25,4 @@ std::optional<std::string> removingPercentEncoding(std::string_view text);
 // valid UTF-8 or not. Used where a text is needed whatever the input.
 std::string removingPercentEncodingLeniently(std::string_view text);
 
-bool isValidUTF8(std::string_view text);
-
 }  // namespace velune::platform

@@ -9,11 +9,6 @@
 
 namespace velune::platform::unicode {
 
-// The code points of UTF-8 text; nothing when the bytes are not well-formed
-// UTF-8 (overlong forms, surrogates, truncated sequences, bytes above F4).
-std::optional<std::u32string> decodeUTF8(std::string_view text);
-std::string encodeUTF8(std::u32string_view codePoints);
-
 // A code point that the character database assigns (any general category
 // other than unassigned) and that is not a noncharacter (U+FDD0..U+FDEF and
 // the last two code points of every plane).
@@ -30,5 +25,9 @@ std::string normalizedNFC(std::string_view text);
 bool canonicallyEqual(std::string_view a, std::string_view b);
 // Whether every byte is ASCII (ASCII text is already in every normal form).
 bool isASCII(std::string_view text);
+// True when the two texts are equal under full Unicode case folding of
+// canonically equivalent forms ("PDF" and "pdf", "ΣΕΛ" and "σελ", "STRASSE"
+// and "straße"). Text that is not UTF-8 compares byte for byte.
+bool caseInsensitiveEqual(std::string_view a, std::string_view b);
 
 }  // namespace velune::platform::unicode

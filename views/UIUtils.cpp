@@ -14,7 +14,8 @@ using platform::localizedFormat;
 
 namespace {
 
-constexpr const char* kNoErrorText = "Qerror exception";
+// The string-table key of the text shown when an error has no text of its own.
+constexpr const char* kNoErrorTextKey = "Qerror exception";
 
 }  // namespace
 
@@ -42,7 +43,7 @@ std::shared_ptr<ui::AlertController> UIUtils::showAlert(const std::optional<std:
 
 std::shared_ptr<ui::AlertController> UIUtils::showError(const std::optional<platform::Error>& error,
                                                         const std::shared_ptr<ui::ViewController>& parentViewController) {
-  const std::string text = error ? bestMessage(error) : std::string(kNoErrorText);
+  const std::string text = error ? bestMessage(error) : localized(kNoErrorTextKey);
   return showAlert(text, std::nullopt, parentViewController);
 }
 
@@ -56,7 +57,7 @@ std::string UIUtils::bestMessage(const std::optional<platform::Error>& error) {
   if (auto reason = error->localizedFailureReason(); reason && !reason->empty()) {
     return *reason;
   }
-  return kNoErrorText;
+  return localized(kNoErrorTextKey);
 }
 
 std::shared_ptr<ui::AlertController> UIUtils::showItemExistsAlert(

@@ -1,10 +1,9 @@
 // UIUtils: renaming an item is a move to a new name in its folder.
 
-#include <strings.h>
-
 #include "diag/DRLogging.h"
 #include "model/FileUtils.h"
 #include "model/VLDAppBookmarks.h"
+#include "platform/Unicode.h"
 #include "views/UIUtils.h"
 
 namespace velune {
@@ -40,7 +39,8 @@ URL UIUtils::computeNewURL(const URL& url, const std::string& newBasename) {
   std::string name = newBasename;
   const std::string extension = url.pathExtension();
   const std::string givenExtension = URL::fileURLWithPath("/" + newBasename, false).pathExtension();
-  if (!extension.empty() && strcasecmp(extension.c_str(), givenExtension.c_str()) != 0) {
+  // "Report.PDF" and "Отчёт.ДОК" keep their extension whatever its case.
+  if (!extension.empty() && !platform::unicode::caseInsensitiveEqual(extension, givenExtension)) {
     name.push_back('.');
     name += extension;
   }

@@ -133,16 +133,6 @@ std::string measurableText(std::string_view text) {
   return out;
 }
 
-size_t codePointCount(std::string_view utf8) {
-  size_t count = 0;
-  for (const char c : utf8) {
-    if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) {
-      ++count;
-    }
-  }
-  return count;
-}
-
 }  // namespace
 
 std::string sanitizedUTF8(std::string_view text) {
@@ -209,12 +199,12 @@ double Font::widthOfText(std::string_view text) const {
   }
   const auto& entry = FontCache::shared().entry(weight_, pointSize_);
   if (entry.font == nullptr) {
-    return 0.55 * pointSize_ * static_cast<double>(codePointCount(clean));
+    return 0.55 * pointSize_ * static_cast<double>(platform::codePointCount(clean));
   }
   cairo_text_extents_t extents;
   cairo_scaled_font_text_extents(entry.font, clean.c_str(), &extents);
   if (cairo_scaled_font_status(entry.font) != CAIRO_STATUS_SUCCESS || !std::isfinite(extents.x_advance)) {
-    return 0.55 * pointSize_ * static_cast<double>(codePointCount(clean));
+    return 0.55 * pointSize_ * static_cast<double>(platform::codePointCount(clean));
   }
   return extents.x_advance;
 }

@@ -77,8 +77,9 @@ TEST_F(NetworkIndicatorTest, TwoIdentifiers_TheLastHideHides) {
 
 TEST_F(NetworkIndicatorTest, ManyThreads_TheIndicatorFollowsTheSet) {
   NetworkIndicator indicator;
-  // Each thread shows and hides its own identifier; another one stays shown
-  // through the first half so that "last hide" and "first show" race.
+  // Each thread shows (twice) and hides its own identifier, so the set keeps
+  // going from empty to not empty and back while the other threads change it:
+  // one thread's "last hide" races another's "first show".
   std::atomic<bool> go{false};
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {

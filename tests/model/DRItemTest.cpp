@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <stdexcept>
+#include <thread>
 
 #include "diag/DRLogging.h"
 #include "host/drive/ItemAttributes.h"
@@ -475,15 +476,36 @@ TEST_F(DRItemTest, FriendlyDates_OnlyForDates) {
 }
 
 TEST_F(DRItemTest, SharedKeysAndThumbnailQueue_AreMadeOnce) {
-  const auto& keys = DRItem::resourceKeys();
-  ASSERT_EQ(keys.size(), 14U);
-  EXPECT_EQ(keys.front(), ResourceKey::Name);
-  EXPECT_EQ(keys[4], ResourceKey::FileSize);
-  EXPECT_EQ(keys.back(), ResourceKey::DownloadingStatus);
-  EXPECT_EQ(&keys, &DRItem::resourceKeys());
+  // Every one of the 14 positions: the record's reader takes values by place.
+  EXPECT_EQ(DRItem::resourceKeys(),
+            (std::vector<std::string>{ResourceKey::Name, ResourceKey::LocalizedName, ResourceKey::TypeIdentifier,
+                                      ResourceKey::LocalizedTypeDescription, ResourceKey::FileSize,
+                                      ResourceKey::CreationDate, ResourceKey::ContentModificationDate,
+                                      ResourceKey::IsDirectory, ResourceKey::IsPackage,
+                                      ResourceKey::HasHiddenExtension, ResourceKey::ParentDirectoryURL,
+                                      ResourceKey::IsShared, ResourceKey::SharedItemRole,
+                                      ResourceKey::DownloadingStatus}));
 
+  // Threads that ask at the same moment all get the one queue and key list.
+  std::vector<const void*> queues(8);
+  std::vector<const void*> keyLists(8);
+  {
+    std::vector<std::thread> threads;
+    for (size_t i = 0; i < queues.size(); ++i) {
+      threads.emplace_back([&, i] {
+        queues[i] = &DRItem::getThumbnailQueue();
+        keyLists[i] = &DRItem::resourceKeys();
+      });
+    }
+    for (auto& thread : threads) {
+      thread.join();
+    }
+  }
   auto& queue = DRItem::getThumbnailQueue();
-  EXPECT_EQ(&queue, &DRItem::getThumbnailQueue());
+  for (size_t i = 0; i < queues.size(); ++i) {
+    EXPECT_EQ(queues[i], &queue);
+    EXPECT_EQ(keyLists[i], keyLists[0]);
+  }
   EXPECT_EQ(queue.name(), "thumbnailQueue");
   EXPECT_EQ(static_cast<int>(queue.qualityOfService()), 9);
   EXPECT_NE(queue.maxConcurrentOperationCount(), 1);

@@ -8,6 +8,8 @@
 
 #include "diag/DRLogging.h"
 #include "model/FileUtils.h"
+#include "platform/FileCoordinationService.h"
+#include "platform/FileCoordinator.h"
 #include "tests/support/DriveTestHome.h"
 
 namespace velune {
@@ -36,6 +38,65 @@ class FileUtilsOperationsTest : public ::testing::Test {
 
   DriveTestHome home_;
 };
+
+// The drive's coordinators, each cancelled before it is handed out: every
+// coordinated call then refuses without running its accessor.
+class RefusingCoordination final : public platform::FileCoordinationService {
+ public:
+  explicit RefusingCoordination(std::shared_ptr<platform::FileCoordinationService> real) : real_(std::move(real)) {}
+  std::shared_ptr<platform::FileCoordinator> makeCoordinator(
+      std::shared_ptr<platform::FilePresenter> presenter) override {
+    auto coordinator = real_->makeCoordinator(std::move(presenter));
+    coordinator->cancel();
+    return coordinator;
+  }
+  void addFilePresenter(const std::shared_ptr<platform::FilePresenter>& presenter) override {
+    real_->addFilePresenter(presenter);
+  }
+  void removeFilePresenter(const platform::FilePresenter* presenter) override {
+    real_->removeFilePresenter(presenter);
+  }
+  std::vector<std::shared_ptr<platform::FilePresenter>> filePresenters() override {
+    return real_->filePresenters();
+  }
+
+ private:
+  std::shared_ptr<platform::FileCoordinationService> real_;
+};
+
+TEST_F(FileUtilsOperationsTest, CoordinatorRefuses_MkdirRemoveAndMoveReturnItsErrorAndChangeNothing) {
+  const std::string document = home_.writeDocument(home_.documents() + "/Kept.txt", "k");
+  auto services = home_.services();
+  services.fileCoordination = std::make_shared<RefusingCoordination>(services.fileCoordination);
+  platform::Platform::install(services);
+
+  const std::string folder = home_.documents() + "/New Folder";
+  auto error = FileUtils::mkdir(folderURL(folder));
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->code(), ErrorCode::UserCancelled);
+  EXPECT_FALSE(exists(folder));
+  EXPECT_FALSE(exists(home_.cloudPathOf(folder)));
+  EXPECT_TRUE(testing::loggedPrefixAt(kLogDebug, "Coordinated Write returned Error Domain="));
+  EXPECT_FALSE(testing::loggedPrefixAt(kLogInfo, "Created directory: "));
+
+  error = FileUtils::remove(fileURL(document));
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->code(), ErrorCode::UserCancelled);
+  EXPECT_TRUE(exists(document));
+  EXPECT_TRUE(exists(home_.cloudPathOf(document)));
+  EXPECT_TRUE(testing::loggedPrefixAt(kLogInfo, "Coordinated Write returned Error Domain="));
+
+  const std::string moved = home_.documents() + "/Moved.txt";
+  error = FileUtils::move(fileURL(document), fileURL(moved));
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->code(), ErrorCode::UserCancelled);
+  EXPECT_TRUE(exists(document));
+  EXPECT_FALSE(exists(moved));
+  EXPECT_FALSE(exists(home_.cloudPathOf(moved)));
+  EXPECT_TRUE(testing::loggedPrefixAt(kLogWarning, "Move failed: Error Domain="));
+  EXPECT_FALSE(testing::loggedAt(kLogInfo, "Move successful"));
+  platform::Platform::install(home_.services());
+}
 
 TEST_F(FileUtilsOperationsTest, ExistsIsFileIsDir_SeeFilesFoldersAndPackagesButNotCloudOnlyDocuments) {
   const std::string file = home_.writeDocument(home_.documents() + "/File.txt", "f");

@@ -109,10 +109,12 @@ TEST_F(FileUtilsQueriesTest, IsValidExtensionForContainer_FollowsTheDeclaredType
     {"identifier": "com.vorlan.Broken", "name": "Broken", "documentTypes": [{"name": "B", "contentTypes": "public.text"}]},
     {"identifier": "com.vorlan.Mixed", "name": "Mixed",
      "documentTypes": [{"name": "M", "contentTypes": [5, "public.image"]}]},
-    {"identifier": "com.vorlan.Ghost", "name": "Ghost", "documentTypes": [{"name": "G", "contentTypes": ["public.data"]}]}
+    {"identifier": "com.vorlan.Ghost", "name": "Ghost", "documentTypes": [{"name": "G", "contentTypes": ["public.data"]}]},
+    {"identifier": "com.vorlan.AnyData", "name": "AnyData",
+     "documentTypes": [{"name": "D", "contentTypes": ["com.vorlan.drillrun.drill", "public.data"]}]}
   ]})"));
-  for (const char* container :
-       {"com.vorlan.Everything", "com.vorlan.Untyped", "com.vorlan.Broken", "com.vorlan.Mixed"}) {
+  for (const char* container : {"com.vorlan.Everything", "com.vorlan.Untyped", "com.vorlan.Broken",
+                                "com.vorlan.Mixed", "com.vorlan.AnyData"}) {
     home_.makeFolder(home_.documents(container));
   }
   home_.makeFolder(home_.root() + "/com.vorlan.Ghost");  // a container without its documents folder
@@ -132,6 +134,9 @@ TEST_F(FileUtilsQueriesTest, IsValidExtensionForContainer_FollowsTheDeclaredType
   EXPECT_FALSE(FileUtils::isValidExtensionForContainer(in(testing::kDrillrunContainer, "photo.png")));
   // "public.content" (or "public.data") among the types: everything.
   EXPECT_TRUE(FileUtils::isValidExtensionForContainer(in("com.vorlan.Everything", "song.mp3")));
+  EXPECT_TRUE(testing::loggedAt(kLogInfo, "Container supports all UTIs"));
+  testing::clearLogs();
+  EXPECT_TRUE(FileUtils::isValidExtensionForContainer(in("com.vorlan.AnyData", "song.mp3")));
   EXPECT_TRUE(testing::loggedAt(kLogInfo, "Container supports all UTIs"));
   EXPECT_TRUE(FileUtils::isValidExtensionForContainer(in("com.vorlan.Untyped", "song.mp3")));
   // Malformed declarations refuse, with a level-3 log.

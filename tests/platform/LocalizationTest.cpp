@@ -27,6 +27,20 @@ TEST(Localization, PluralKeysPickTheirFormByTheFirstArgument) {
   EXPECT_EQ(localized(".DICT.ITEMS.%d"), "%d items");
 }
 
+TEST(Localization, PseudoLocalization_MarksOnlyTextsFromTheTable) {
+  setPseudoLocalization(true);
+  const std::string found = localized("OK");
+  const std::string plural = localizedFormat(".DICT.ITEMS.%d", 2);
+  const std::string missing = localized("A key nobody defined");
+  const std::string missingFormat = localizedFormat("No entry for %@", "x");
+  setPseudoLocalization(false);
+  EXPECT_EQ(found, "[OK]");
+  EXPECT_EQ(plural, "[2 items]");
+  EXPECT_EQ(missing, "A key nobody defined");
+  EXPECT_EQ(missingFormat, "No entry for x");
+  EXPECT_EQ(localized("OK"), "OK");
+}
+
 TEST(ByteCountFormatter, FileAndBinaryStyles) {
   using Style = ByteCountFormatter::CountStyle;
   EXPECT_EQ(ByteCountFormatter::stringFromByteCount(0, Style::File), "Zero KB");

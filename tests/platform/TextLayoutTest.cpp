@@ -52,9 +52,10 @@ TEST(Font, Measure_AnyScriptAndAnyBytesGiveAWidth) {
   EXPECT_EQ(sanitizedUTF8(broken), "ab\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD" "cd\xEF\xBF\xBD" "ef\x01");
   // Surrogates and overlong forms are not UTF-8 either.
   EXPECT_EQ(sanitizedUTF8("\xED\xA0\x80"), "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD");
-  // Nor is anything above U+10FFFF, nor a sequence cut short before a letter.
+  // Nor is anything above U+10FFFF (four stray bytes), nor a sequence cut
+  // short before a letter (one replacement for the whole cut sequence).
   EXPECT_EQ(sanitizedUTF8("\xF4\x90\x80\x80" "\xE2\x82" "a"),
-            "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD" "a");
+            "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD" "a");
   // A megabyte on one line.
   const std::string huge(1 << 20, 'x');
   EXPECT_NEAR(font.widthOfText(huge), font.widthOfText("x") * double(1 << 20), 1.0);

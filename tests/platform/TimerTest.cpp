@@ -119,9 +119,6 @@ class HookedQueue final : public DispatchQueue {
   void setHook(std::function<void()> hook) { hook_ = std::move(hook); }
   void settle() { inner_->sync([] {}); }
 
- protected:
-  void syncImpl(const std::function<void()>& task) override { inner_->sync(task); }
-
  private:
   std::shared_ptr<DispatchQueue> inner_ = DispatchQueue::createSerial("test.hooked.inner");
   std::function<void()> hook_;

@@ -29,6 +29,15 @@ TEST(UIUtilsComputeNewURL, KeepsTheItemsExtension) {
   EXPECT_EQ(UIUtils::computeNewURL(report, "Summary").path(), "/d/Summary.pdf");
   EXPECT_EQ(UIUtils::computeNewURL(report, "Summary.PDF").path(), "/d/Summary.PDF");
   EXPECT_EQ(UIUtils::computeNewURL(report, "Summary.txt").path(), "/d/Summary.txt.pdf");
+  // The extension's case is ignored in every script, not only in ASCII.
+  const URL greek = URL::fileURLWithPath("/d/\u0391\u03C1\u03C7\u03B5\u03AF\u03BF.\u0394\u039F\u039A", false);
+  EXPECT_EQ(UIUtils::computeNewURL(greek, "\u039D\u03AD\u03BF.\u03B4\u03BF\u03BA").path(),
+            "/d/\u039D\u03AD\u03BF.\u03B4\u03BF\u03BA");
+  const URL cyrillic = URL::fileURLWithPath("/d/\u041E\u0442\u0447\u0451\u0442.\u0434\u043E\u043A", false);
+  EXPECT_EQ(UIUtils::computeNewURL(cyrillic, "\u0418\u0442\u043E\u0433.\u0414\u041E\u041A").path(),
+            "/d/\u0418\u0442\u043E\u0433.\u0414\u041E\u041A");
+  EXPECT_EQ(UIUtils::computeNewURL(cyrillic, "\u0418\u0442\u043E\u0433.txt").path(),
+            "/d/\u0418\u0442\u043E\u0433.txt.\u0434\u043E\u043A");
   EXPECT_EQ(UIUtils::computeNewURL(URL::fileURLWithPath("/d/Notes", false), "Ideas.v2").path(), "/d/Ideas.v2");
   const URL folder = UIUtils::computeNewURL(URL::fileURLWithPath("/d/Box", true), "Crate");
   EXPECT_EQ(folder.path(), "/d/Crate");

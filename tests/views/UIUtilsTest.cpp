@@ -76,6 +76,19 @@ TEST_F(UIUtilsTest, ShowError_TitleIsTheBestMessageWithoutMessage) {
   EXPECT_EQ(presentedAlert()->alertTitle(), "No room left.");
 }
 
+// The fixed text for an error without a text of its own was written into the
+// alert directly instead of coming from the string table.
+TEST_F(UIUtilsTest, NoErrorText_ComesFromTheStringTable) {
+  platform::setPseudoLocalization(true);
+  const std::string best = UIUtils::bestMessage(errorWith(std::nullopt, std::nullopt));
+  UIUtils::showError(std::nullopt, parent_);
+  platform::setPseudoLocalization(false);
+  EXPECT_EQ(best, "[Qerror exception]");
+  ASSERT_NE(presentedAlert(), nullptr);
+  EXPECT_EQ(presentedAlert()->alertTitle(), "[Qerror exception]");
+  EXPECT_EQ(presentedAlert()->actions().at(0)->title(), "[OK]");
+}
+
 TEST_F(UIUtilsTest, ShowAlert_GoesOverWhatTheParentAlreadyPresents) {
   auto sheet = std::make_shared<ui::ViewController>();
   ASSERT_TRUE(parent_->presentViewController(sheet, false));

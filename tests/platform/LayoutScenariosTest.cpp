@@ -1,6 +1,6 @@
-// Screens composed of the shared small views the way the item pages build
-// them: nested stacks with hairlines that turn with the device, and columns of
-// name/value rows made with visual formats. Checked as numbers.
+// The layout engine on nested arrangements: stacks inside stacks whose rule
+// sets are swapped when the device turns, and columns of name/value rows
+// made with visual formats whose names share one width. Checked as numbers.
 
 #include <gtest/gtest.h>
 
@@ -12,52 +12,52 @@
 #include "platform/ui/LayoutEngine.h"
 #include "platform/ui/StackView.h"
 #include "tests/support/UITestSupport.h"
-#include "views/ConstraintUtils.h"
-#include "views/HairlineView.h"
-#include "views/ThumbnailImageView.h"
 
-namespace velune {
+namespace velune::ui {
 namespace {
 
-using ui::Axis;
-using ui::LayoutAttribute;
-using ui::LayoutConstraint;
-using ui::Rect;
-using ui::StackView;
+class LayoutScenariosTest : public velune::testing::UITestCase {};
 
-class ComposedScreensTest : public testing::UITestCase {};
+// A view one third of a point high: a hairline on a 3x screen.
+std::shared_ptr<View> hairline() {
+  auto view = View::make();
+  view->setTranslatesAutoresizingMaskIntoConstraints(false);
+  view->setContentCompressionResistancePriority(kLayoutPriorityRequired, Axis::Vertical);
+  LayoutConstraint::fixed(view, LayoutAttribute::Height, 1.0 / 3)->setActive(true);
+  return view;
+}
 
-std::shared_ptr<StackView> column(const std::vector<std::shared_ptr<ui::View>>& views, double spacing) {
+std::shared_ptr<StackView> column(const std::vector<std::shared_ptr<View>>& views, double spacing) {
   auto stack = StackView::make(views);
   stack->setAxis(Axis::Vertical);
   stack->setDistribution(StackView::Distribution::Fill);
   stack->setAlignment(StackView::Alignment::Center);
   stack->setSpacing(spacing);
-  stack->setContentHuggingPriority(ui::kLayoutPriorityRequired, Axis::Vertical);
+  stack->setContentHuggingPriority(kLayoutPriorityRequired, Axis::Vertical);
   stack->setTranslatesAutoresizingMaskIntoConstraints(false);
   return stack;
 }
 
-// A thumbnail above a name between two hairlines and two rows of facts in
+// A picture above a name between two hairlines and two rows of facts in
 // portrait; side by side in equal halves in landscape, the hairlines then
 // running from the details to the page's edge. One rule set is active at a time.
-TEST_F(ComposedScreensTest, ItemPage_TurnsBetweenAColumnAndEqualHalvesBySwappingRuleSets) {
-  auto page = ui::View::make(Rect(0, 0, 390, 700));
-  auto thumbnail = ThumbnailImageView::initWithFrame(Rect(0, 0, 100, 100));
+TEST_F(LayoutScenariosTest, NestedStacks_TurnBetweenAColumnAndEqualHalvesBySwappingRuleSets) {
+  auto page = View::make(Rect(0, 0, 390, 700));
+  auto thumbnail = View::make(Rect(0, 0, 100, 100));
   thumbnail->setTranslatesAutoresizingMaskIntoConstraints(false);
   for (const Axis axis : {Axis::Horizontal, Axis::Vertical}) {
     thumbnail->setContentHuggingPriority(249, axis);
-    thumbnail->setContentCompressionResistancePriority(ui::kLayoutPriorityRequired, axis);
+    thumbnail->setContentCompressionResistancePriority(kLayoutPriorityRequired, axis);
   }
-  auto top = HairlineView::init();
-  auto bottom = HairlineView::init();
-  auto name = ui::Label::make("Annual Report.pdf");
-  name->setFont(ui::Font::fontWithDescriptor(ui::FontDescriptor::preferredFontDescriptorWithTextStyle(ui::TextStyle::Title2), 24));
-  name->setTextAlignment(ui::TextAlignment::Center);
-  name->setContentCompressionResistancePriority(ui::kLayoutPriorityRequired, Axis::Horizontal);
-  name->setContentCompressionResistancePriority(ui::kLayoutPriorityRequired, Axis::Vertical);
+  auto top = hairline();
+  auto bottom = hairline();
+  auto name = Label::make("Annual Report.pdf");
+  name->setFont(Font::fontWithDescriptor(FontDescriptor::preferredFontDescriptorWithTextStyle(TextStyle::Title2), 24));
+  name->setTextAlignment(TextAlignment::Center);
+  name->setContentCompressionResistancePriority(kLayoutPriorityRequired, Axis::Horizontal);
+  name->setContentCompressionResistancePriority(kLayoutPriorityRequired, Axis::Vertical);
   name->setContentHuggingPriority(0, Axis::Horizontal);
-  auto facts = column({ui::Label::make("Kind: PDF document"), ui::Label::make("Size: 2 MB")}, 10);
+  auto facts = column({Label::make("Kind: PDF document"), Label::make("Size: 2 MB")}, 10);
   auto nameStack = column({top, name, bottom}, 7);
   auto details = column({nameStack, facts}, 15);
   auto main = StackView::make({thumbnail, details});
@@ -66,7 +66,12 @@ TEST_F(ComposedScreensTest, ItemPage_TurnsBetweenAColumnAndEqualHalvesBySwapping
   main->setSpacing(15);
   main->setTranslatesAutoresizingMaskIntoConstraints(false);
   page->addSubview(main);
-  LayoutConstraint::activateConstraints(ConstraintUtils::stretchSubviewConstraints(main, page));
+  LayoutConstraint::activateConstraints({
+      LayoutConstraint::equal(main, LayoutAttribute::Top, page, LayoutAttribute::Top),
+      LayoutConstraint::equal(main, LayoutAttribute::Bottom, page, LayoutAttribute::Bottom),
+      LayoutConstraint::equal(main, LayoutAttribute::CenterX, page, LayoutAttribute::CenterX),
+      LayoutConstraint::equal(main, LayoutAttribute::Leading, page, LayoutAttribute::Leading),
+  });
   const double nameHeight = 1.2 * name->font().lineHeight();
   LayoutConstraint::activateConstraints({
       LayoutConstraint::equal(name, LayoutAttribute::Width, top, LayoutAttribute::Width),
@@ -103,7 +108,7 @@ TEST_F(ComposedScreensTest, ItemPage_TurnsBetweenAColumnAndEqualHalvesBySwapping
   EXPECT_EQ(name->frame().width(), 390);
   EXPECT_NEAR(name->frame().height(), nameHeight, 1e-9);
   EXPECT_NEAR(name->frame().minY(), top->frame().maxY() + 7, 1e-9);
-  EXPECT_TRUE(ui::LayoutEngine::lastConflicts().empty());
+  EXPECT_TRUE(LayoutEngine::lastConflicts().empty());
 
   // Turned: equal halves side by side, the details centred down the page.
   page->setFrame(Rect(0, 0, 844, 390));
@@ -111,7 +116,7 @@ TEST_F(ComposedScreensTest, ItemPage_TurnsBetweenAColumnAndEqualHalvesBySwapping
   main->setDistribution(StackView::Distribution::FillEqually);
   details->setAlignment(StackView::Alignment::Leading);
   nameStack->setAlignment(StackView::Alignment::Leading);
-  name->setTextAlignment(ui::TextAlignment::Natural);
+  name->setTextAlignment(TextAlignment::Natural);
   LayoutConstraint::deactivateConstraints(portrait);
   LayoutConstraint::activateConstraints(landscape);
   page->layoutIfNeeded();
@@ -126,7 +131,7 @@ TEST_F(ComposedScreensTest, ItemPage_TurnsBetweenAColumnAndEqualHalvesBySwapping
   EXPECT_NEAR(topInPage.maxX(), 844, 1e-9);
   EXPECT_NEAR(name->frame().width(), 844 - half - 15, 1e-9);
   EXPECT_EQ(name->frame().minX(), 0);  // leading in its stack
-  EXPECT_TRUE(ui::LayoutEngine::lastConflicts().empty());
+  EXPECT_TRUE(LayoutEngine::lastConflicts().empty());
   for (const auto& rule : portrait) {
     EXPECT_FALSE(rule->isActive());
   }
@@ -134,32 +139,32 @@ TEST_F(ComposedScreensTest, ItemPage_TurnsBetweenAColumnAndEqualHalvesBySwapping
 
 // One row: a grey name and a value after it, from visual formats.
 struct Row {
-  std::shared_ptr<ui::View> view;
-  std::shared_ptr<ui::Label> name;
-  std::shared_ptr<ui::Label> value;
+  std::shared_ptr<View> view;
+  std::shared_ptr<Label> name;
+  std::shared_ptr<Label> value;
 };
 
 Row makeRow(const std::string& nameText, const std::string& valueText, int maxLines) {
-  Row row{ui::View::make(), ui::Label::make(nameText), ui::Label::make(valueText)};
+  Row row{View::make(), Label::make(nameText), Label::make(valueText)};
   row.view->setTranslatesAutoresizingMaskIntoConstraints(false);
-  const auto font = ui::Font::preferredFontForTextStyle(ui::TextStyle::Subheadline);
+  const auto font = Font::preferredFontForTextStyle(TextStyle::Subheadline);
   row.name->setFont(font);
-  row.name->setTextColor(ui::Color::gray());
-  row.name->setTextAlignment(ui::TextAlignment::Right);
+  row.name->setTextColor(Color::gray());
+  row.name->setTextAlignment(TextAlignment::Right);
   row.name->setContentHuggingPriority(251, Axis::Horizontal);
-  row.name->setContentHuggingPriority(ui::kLayoutPriorityRequired, Axis::Vertical);
-  row.name->setContentCompressionResistancePriority(ui::kLayoutPriorityRequired, Axis::Vertical);
+  row.name->setContentHuggingPriority(kLayoutPriorityRequired, Axis::Vertical);
+  row.name->setContentCompressionResistancePriority(kLayoutPriorityRequired, Axis::Vertical);
   row.value->setFont(font);
   row.value->setNumberOfLines(maxLines);
   row.value->setContentHuggingPriority(250, Axis::Horizontal);
-  row.value->setContentHuggingPriority(ui::kLayoutPriorityRequired, Axis::Vertical);
+  row.value->setContentHuggingPriority(kLayoutPriorityRequired, Axis::Vertical);
   row.value->setContentCompressionResistancePriority(250, Axis::Horizontal);
-  row.value->setContentCompressionResistancePriority(ui::kLayoutPriorityRequired, Axis::Vertical);
+  row.value->setContentCompressionResistancePriority(kLayoutPriorityRequired, Axis::Vertical);
   for (const auto& label : {row.name, row.value}) {
     label->setTranslatesAutoresizingMaskIntoConstraints(false);
     row.view->addSubview(label);
   }
-  const ui::LayoutConstraint::ViewMap views = {{"_nameLabel", row.name}, {"_valueLabel", row.value}};
+  const LayoutConstraint::ViewMap views = {{"_nameLabel", row.name}, {"_valueLabel", row.value}};
   for (const char* format : {"H:|[_nameLabel]-10-[_valueLabel]|", "V:|[_nameLabel]", "V:|[_valueLabel]|"}) {
     auto rules = LayoutConstraint::constraintsWithVisualFormat(format, {}, views);
     EXPECT_TRUE(rules.ok()) << format;
@@ -170,8 +175,8 @@ Row makeRow(const std::string& nameText, const std::string& valueText, int maxLi
   return row;
 }
 
-TEST_F(ComposedScreensTest, InfoRows_NamesShareTheWidestWidthAndALongValueWrapsToItsLimit) {
-  auto container = ui::View::make(Rect(0, 0, 300, 600));
+TEST_F(LayoutScenariosTest, VisualFormatRows_NamesShareTheWidestWidthAndALongValueWrapsToItsLimit) {
+  auto container = View::make(Rect(0, 0, 300, 600));
   auto rows = StackView::make();
   rows->setAxis(Axis::Vertical);
   rows->setAlignment(StackView::Alignment::Leading);
@@ -223,8 +228,8 @@ TEST_F(ComposedScreensTest, InfoRows_NamesShareTheWidestWidthAndALongValueWrapsT
   for (size_t i = 1; i < made.size(); ++i) {
     EXPECT_NEAR(made[i].view->frame().minY(), made[i - 1].view->frame().maxY() + 10, 1e-9);
   }
-  EXPECT_TRUE(ui::LayoutEngine::lastConflicts().empty());
+  EXPECT_TRUE(LayoutEngine::lastConflicts().empty());
 }
 
 }  // namespace
-}  // namespace velune
+}  // namespace velune::ui
