@@ -177,13 +177,13 @@ class RatioReporter final : public benchmark::ConsoleReporter {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
       if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
-        times_[run.benchmark_name()] = run.GetAdjustedRealTime();
+        times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
       }
     }
   }
   void Finalize() override {
     ConsoleReporter::Finalize();
-    std::printf("\nRatios (ours / spdlog, time per iteration):\n");
+    std::printf("\nRatios (ours / spdlog, CPU time per iteration):\n");
     print("disabled call", "Disabled_DRLog", "Disabled_Spdlog");
     std::printf("Ratio (ours / a relaxed atomic compare):\n");
     print("disabled call", "Disabled_DRLog", "Anchor_RelaxedAtomicCompare");

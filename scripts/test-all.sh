@@ -4,8 +4,9 @@
 #     sanitizers: the whole suite;
 #  2. the browser tests of the screen: that build's program in Debian's
 #     chromium, driven by playwright-core;
-#  3. clang build with warnings as errors and the thread sanitizer: the
-#     suites labelled "threaded";
+#  3. clang build with warnings as errors and the thread sanitizer: every
+#     suite too (the model and view suites drive the real coordinator,
+#     watchers and log queue);
 #  4. the fuzz targets (clang, libFuzzer), each for a bounded time.
 set -euo pipefail
 cd "$(dirname "$0")/.."
