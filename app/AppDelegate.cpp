@@ -20,8 +20,8 @@ bool AppDelegate::applicationWillFinishLaunchingWithOptions(platform::Applicatio
   VELUNE_ASSERT_MAIN_THREAD();
   // First, so that the network state is known as early as possible.
   NetworkWatcher::sharedNetworkWatcher().start();
-  // The window and its navigation controller (restoration identifier "Root")
-  // are made here by the browsing issue; until then the app has no screen.
+  // Missing here: the window and its navigation controller (restoration
+  // identifier "Root"); without them the app has no screen.
   return true;
 }
 

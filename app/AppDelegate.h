@@ -3,10 +3,9 @@
 // ("AppDelegate"). It lives for the whole process; every callback runs on the
 // main thread.
 //
-// For now it does the first step of the launch: it starts the shared
-// NetworkWatcher before launching finishes. The window, the navigation
-// controller, state restoration and launch URLs come with the browsing
-// issue, which completes this class.
+// It does the first step of the launch: it starts the shared NetworkWatcher
+// before launching finishes. Missing: the window, the navigation controller,
+// state restoration and launch URLs; without them the app shows no screen.
 
 #include "platform/ApplicationHost.h"
 

@@ -30,7 +30,8 @@ class Element {
   virtual std::string_view kind() const = 0;
 
  protected:
-  // `kind` only seeds the generated identifier (kind() is not yet virtual-safe here).
+  // `kind` seeds the generated identifier: a constructor cannot ask the
+  // derived class's kind() yet.
   explicit Element(std::string_view kind);
 
  private:
