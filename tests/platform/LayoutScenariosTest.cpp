@@ -11,6 +11,7 @@
 #include "platform/ui/LayoutConstraint.h"
 #include "platform/ui/LayoutEngine.h"
 #include "platform/ui/StackView.h"
+#include "tests/support/LayoutTestSupport.h"
 #include "tests/support/UITestSupport.h"
 
 namespace velune::ui {
@@ -109,6 +110,7 @@ TEST_F(LayoutScenariosTest, NestedStacks_TurnBetweenAColumnAndEqualHalvesBySwapp
   EXPECT_NEAR(name->frame().height(), nameHeight, 1e-9);
   EXPECT_NEAR(name->frame().minY(), top->frame().maxY() + 7, 1e-9);
   EXPECT_TRUE(LayoutEngine::lastConflicts().empty());
+  velune::testing::expectIncrementalMatchesFromScratch(*page, "portrait");
 
   // Turned: equal halves side by side, the details centred down the page.
   page->setFrame(Rect(0, 0, 844, 390));
@@ -135,6 +137,7 @@ TEST_F(LayoutScenariosTest, NestedStacks_TurnBetweenAColumnAndEqualHalvesBySwapp
   for (const auto& rule : portrait) {
     EXPECT_FALSE(rule->isActive());
   }
+  velune::testing::expectIncrementalMatchesFromScratch(*page, "landscape");
 }
 
 // One row: a grey name and a value after it, from visual formats.
@@ -229,6 +232,7 @@ TEST_F(LayoutScenariosTest, VisualFormatRows_NamesShareTheWidestWidthAndALongVal
     EXPECT_NEAR(made[i].view->frame().minY(), made[i - 1].view->frame().maxY() + 10, 1e-9);
   }
   EXPECT_TRUE(LayoutEngine::lastConflicts().empty());
+  velune::testing::expectIncrementalMatchesFromScratch(*container, "rows");
 }
 
 }  // namespace
