@@ -4,7 +4,10 @@
 
 #include <httplib.h>
 
+#include <atomic>
+#include <chrono>
 #include <functional>
+#include <thread>
 
 #include "host/RecordingSystemLog.h"
 #include "host/SystemLogs.h"
@@ -154,7 +157,17 @@ platform::Result<std::unique_ptr<ScreenServer>> ScreenServer::start(const Option
                              " (is the port in use?)");
   }
   server->guard_.emplace(server->secret_, server->port_);
-  server->thread_ = std::thread([self] { self->server_->listen_after_bind(); });
+  auto ended = std::make_shared<std::atomic<bool>>(false);
+  server->thread_ = std::thread([self, ended] {
+    self->server_->listen_after_bind();
+    ended->store(true);  // a loop that ended at once must not be waited for
+  });
+  // The library's stop() does nothing until its loop runs, and a stop in that
+  // gap would leave the loop blocked in accept() for ever (a SIGTERM right
+  // after start hung the program). So start returns once the loop runs.
+  while (!server->server_->is_running() && !ended->load()) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
   return server;
 }
 
