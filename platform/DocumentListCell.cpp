@@ -19,7 +19,16 @@ std::shared_ptr<ui::Label> makeLabel(const std::string& identifier, ui::Font fon
 
 }  // namespace
 
-DocumentListCell::DocumentListCell(const std::string& identifier) : ui::View(ui::Rect(0, 0, 0, kRowHeight)) {
+DocumentListCell::DocumentListCell(PrivateTag) : ui::View(ui::Rect(0, 0, 0, kRowHeight)) {}
+
+std::shared_ptr<DocumentListCell> DocumentListCell::make(const std::string& identifier) {
+  auto cell = std::make_shared<DocumentListCell>(PrivateTag{});
+  cell->build(identifier);
+  return cell;
+}
+
+// Subviews are added once the cell is owned: a subview keeps its superview weakly.
+void DocumentListCell::build(const std::string& identifier) {
   setIdentifier(identifier);
   name_ = makeLabel(identifier + ".name", ui::Font::systemFontOfSize(17));
   detail_ = makeLabel(identifier + ".detail", ui::Font::systemFontOfSize(13));
@@ -39,6 +48,13 @@ DocumentListCell::DocumentListCell(const std::string& identifier) : ui::View(ui:
   more_ = makeActionButton(identifier + ".more", localized("More"), DocumentListRowAction::ActionsMenu);
   delete_ = makeActionButton(identifier + ".delete", localized("Delete"), DocumentListRowAction::Delete);
   rename_ = makeActionButton(identifier + ".rename", localized("Rename"), DocumentListRowAction::Rename);
+  // A tap on the row (not on one of its buttons); the recognizer is owned by
+  // the cell, so it may name the cell.
+  addGestureRecognizer(std::make_shared<ui::TapGestureRecognizer>([this] {
+    if (onTap) {
+      onTap(*this);
+    }
+  }));
 }
 
 std::shared_ptr<ui::Button> DocumentListCell::makeActionButton(const std::string& identifier, const std::string& title,
@@ -112,15 +128,6 @@ void DocumentListCell::revealSwipeActions(bool reveal) {
   setNeedsLayout();
 }
 
-bool DocumentListCell::tap() {
-  if (!ui::View::tap()) {
-    return false;
-  }
-  if (onTap) {
-    onTap(*this);
-  }
-  return true;
-}
 
 void DocumentListCell::layoutSubviews() {
   const ui::Rect b = bounds();

@@ -21,12 +21,15 @@
 namespace velune::platform {
 
 class DocumentListCell : public ui::View {
+  struct PrivateTag {};
+
  public:
   static constexpr double kRowHeight = 60;
 
   // Identifiers: `identifier`, and "<identifier>.name", ".detail", ".cloud",
   // ".chevron", ".check", ".info", ".more", ".delete", ".rename" for its parts.
-  explicit DocumentListCell(const std::string& identifier);
+  static std::shared_ptr<DocumentListCell> make(const std::string& identifier);
+  explicit DocumentListCell(PrivateTag);
   std::string_view kind() const override { return "DocumentListCell"; }
 
   struct Content {
@@ -53,13 +56,13 @@ class DocumentListCell : public ui::View {
   void revealSwipeActions(bool reveal);
   bool swipeActionsRevealed() const { return swipeRevealed_; }
 
-  bool tap() override;
   void layoutSubviews() override;
 
   std::function<void(DocumentListCell&)> onTap;
   std::function<void(DocumentListCell&, DocumentListRowAction, const std::shared_ptr<ui::View>&)> onAction;
 
  private:
+  void build(const std::string& identifier);
   std::shared_ptr<ui::Button> makeActionButton(const std::string& identifier, const std::string& title,
                                                DocumentListRowAction action);
   void updateButtons();

@@ -74,7 +74,7 @@ std::shared_ptr<DocumentListCell> DocumentListRowsView::dequeueCell() {
     reusable_.pop_back();
     return cell;
   }
-  auto cell = std::make_shared<DocumentListCell>(prefix_ + ".cell." + std::to_string(made_++));
+  auto cell = DocumentListCell::make(prefix_ + ".cell." + std::to_string(made_++));
   if (prepareCell) {
     prepareCell(*cell);
   }

@@ -41,7 +41,6 @@ class DocumentListingPresenter final : public FilePresenter {
  public:
   DocumentListingPresenter(std::weak_ptr<DocumentListing> listing, URL url, std::vector<std::string> shownFolders)
       : listing_(std::move(listing)),
-        queue_("com.vorlan.platform.listing.presenter", QualityOfService::Utility, 1),
         url_(std::move(url)),
         shownFolders_(std::move(shownFolders)) {}
 
@@ -49,7 +48,13 @@ class DocumentListingPresenter final : public FilePresenter {
     std::lock_guard lock(mutex_);
     return url_;
   }
-  OperationQueue* presentedItemOperationQueue() const override { return &queue_; }
+  OperationQueue* presentedItemOperationQueue() const override { return &queue(); }
+
+  // One serial queue for the notices of every listing: they only schedule reads.
+  static OperationQueue& queue() {
+    static auto* shared = new OperationQueue("com.vorlan.platform.listing.presenters", QualityOfService::Utility, 1);
+    return *shared;
+  }
 
   void presentedItemDidChange() override { reload(); }
   void presentedItemDidMoveToURL(const URL& newURL) override {
@@ -86,8 +91,6 @@ class DocumentListingPresenter final : public FilePresenter {
     }
   }
 
-  void waitUntilIdle() { queue_.waitUntilAllOperationsAreFinished(); }
-
  private:
   // Only the direct items of a shown folder, and the shown folders themselves
   // (a container's documents folder appearing at the top level), matter.
@@ -109,7 +112,6 @@ class DocumentListingPresenter final : public FilePresenter {
   }
 
   std::weak_ptr<DocumentListing> listing_;
-  mutable OperationQueue queue_;
   mutable std::mutex mutex_;
   URL url_;
   std::vector<std::string> shownFolders_;
@@ -119,6 +121,8 @@ const std::shared_ptr<DispatchQueue>& DocumentListing::readQueue() {
   static const auto queue = DispatchQueue::createSerial("com.vorlan.platform.listing", QualityOfService::UserInitiated);
   return queue;
 }
+
+void DocumentListing::waitForPresenters() { DocumentListingPresenter::queue().waitUntilAllOperationsAreFinished(); }
 
 DocumentListing::DocumentListing(bool root, URL folder) : root_(root), folder_(std::move(folder)) {}
 

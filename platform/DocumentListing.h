@@ -87,6 +87,10 @@ class DocumentListing : public std::enable_shared_from_this<DocumentListing> {
   // The serial queue every listing reads on ("com.vorlan.platform.listing").
   static const std::shared_ptr<DispatchQueue>& readQueue();
 
+  // Any thread: returns once the notices delivered so far to the listings'
+  // presenters have been handled (their reads are then queued).
+  static void waitForPresenters();
+
   // Any thread: a notice of the folder's presenter. Schedules one more read
   // unless one is already waiting.
   void scheduleReload();
