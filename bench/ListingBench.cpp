@@ -39,6 +39,7 @@
 #include "platform/AccountService.h"
 #include "platform/ConsoleLog.h"
 #include "platform/DeviceInfo.h"
+#include "platform/DispatchQueue.h"
 #include "platform/DocumentListCell.h"
 #include "platform/DocumentListRowsView.h"
 #include "platform/Platform.h"
