@@ -41,7 +41,6 @@
 #include "platform/DeviceInfo.h"
 #include "platform/DispatchQueue.h"
 #include "platform/DocumentListCell.h"
-#include "platform/DocumentListRowsView.h"
 #include "platform/Platform.h"
 #include "platform/QuotaService.h"
 #include "platform/RunLoop.h"
@@ -226,8 +225,9 @@ double openFolder(int count, Until until) {
         if (cells.empty()) {
           return false;
         }
-        for (const auto& visible : cells) {
-          if (visible->detailLabel()->text().empty()) {
+        for (const auto& [visibleRow, visible] : cells) {
+          const auto* documentCell = dynamic_cast<const velune::platform::DocumentListCell*>(visible.get());
+          if (documentCell == nullptr || !documentCell->detailLabel() || documentCell->detailLabel()->text().empty()) {
             return false;
           }
         }

@@ -5,7 +5,6 @@
 #include "platform/ByteCountFormatter.h"
 #include "platform/DateFormatter.h"
 #include "platform/DocumentListCell.h"
-#include "platform/DocumentListRowsView.h"
 #include "platform/FileSystem.h"
 #include "platform/Localization.h"
 #include "platform/MainThread.h"
@@ -135,12 +134,23 @@ void DocumentListController::connectListing() {
     std::erase_if(selected_, [this](const URL& url) { return !listing_->indexOfURL(url); });
     if (rows_) {
       rows_->reloadData();
+      showSelection();
     }
     itemsChanged();
   };
   listing_->onRecordsChanged = [this](size_t first, size_t count) {
-    if (rows_) {
-      rows_->reloadRows(first, count);
+    if (!rows_) {
+      return;
+    }
+    // Only the rows that have cells now need drawing again.
+    std::vector<size_t> shown;
+    for (const auto& [row, cell] : rows_->visibleCells()) {
+      if (row >= first && row - first < count) {
+        shown.push_back(row);
+      }
+    }
+    if (!shown.empty()) {
+      rows_->reloadRows(shown);
     }
   };
   listing_->start();
@@ -173,19 +183,39 @@ void DocumentListController::setSelectedItems(const std::vector<URL>& items) {
       selected_.insert(url);
     }
   }
-  if (rows_) {
-    const auto [first, count] = rows_->visibleRange();
-    rows_->reloadRows(first, count);
-  }
+  showSelection();
   itemsChanged();
+}
+
+void DocumentListController::showSelection() {
+  if (!rows_) {
+    return;
+  }
+  if (selected_.empty()) {
+    rows_->deselectAllRows();
+    return;
+  }
+  if (selected_.size() == listing_->items().size()) {
+    rows_->selectAllRows();
+    return;
+  }
+  rows_->deselectAllRows();
+  for (const auto& url : selected_) {
+    if (const auto row = listing_->indexOfURL(url)) {
+      rows_->selectRow(*row);
+    }
+  }
 }
 
 void DocumentListController::setAvailableActions(std::uint32_t actions) {
   VELUNE_ASSERT_MAIN_THREAD();
   availableActions_ = actions;
   if (rows_) {
-    const auto [first, count] = rows_->visibleRange();
-    rows_->reloadRows(first, count);
+    std::vector<size_t> shown;
+    for (const auto& [row, cell] : rows_->visibleCells()) {
+      shown.push_back(row);
+    }
+    rows_->reloadRows(shown);
   }
 }
 
@@ -196,8 +226,13 @@ void DocumentListController::setEditing(bool editing, bool animated) {
     selected_.clear();
   }
   if (rows_) {
-    const auto [first, count] = rows_->visibleRange();
-    rows_->reloadRows(first, count);
+    rows_->setEditing(editing);
+    showSelection();
+    std::vector<size_t> shown;
+    for (const auto& [row, cell] : rows_->visibleCells()) {
+      shown.push_back(row);
+    }
+    rows_->reloadRows(shown);
   }
   if (!editing && hadSelection) {
     itemsChanged();
@@ -222,35 +257,29 @@ void DocumentListController::loadView() {
     }
   });
 
-  rows_ = std::make_shared<DocumentListRowsView>(identifier());
-  rows_->setFrame(bounds);
+  rows_ = ui::ListView::make(ui::Rect(0, kTopBarsHeight + kSearchHeight, bounds.width(),
+                                      bounds.height() - kTopBarsHeight - kSearchHeight - kToolbarHeight));
+  rows_->setIdentifier(identifier() + ".rows");
   rows_->setAutoresizingMask(ui::Autoresizing::FlexibleWidth | ui::Autoresizing::FlexibleHeight);
-  rows_->numberOfRows = [this] { return listing_->items().size(); };
-  rows_->configureCell = [this](DocumentListCell& cell, size_t row) { configureCell(cell, row); };
-  rows_->prepareCell = [weak = weak_from_this()](DocumentListCell& cell) {
-    cell.onTap = [weak](DocumentListCell& tapped) {
-      if (auto self = std::static_pointer_cast<DocumentListController>(weak.lock())) {
-        self->cellTapped(tapped.row());
-      }
-    };
-    cell.onAction = [weak](DocumentListCell& acted, DocumentListRowAction action,
-                           const std::shared_ptr<ui::View>& origin) {
-      if (auto self = std::static_pointer_cast<DocumentListController>(weak.lock())) {
-        self->cellAction(acted.row(), action, origin);
-      }
-    };
-  };
-  rows_->onVisibleRangeChanged = [this](size_t first, size_t count) { listing_->setVisibleRange(first, count); };
+  rows_->setRowHeight(DocumentListCell::kRowHeight);
+  const auto self = std::static_pointer_cast<DocumentListController>(shared_from_this());
+  rows_->setDataSource(std::static_pointer_cast<ui::ListViewDataSource>(self));
+  rows_->setDelegate(std::static_pointer_cast<ui::ListViewDelegate>(self));
   container->addSubview(rows_);
   container->addSubview(search_);
   setView(container);
-  rows_->setInsets(kTopBarsHeight + kSearchHeight, kToolbarHeight);
+  rows_->setEditing(isEditing());
   rows_->reloadData();
+  showSelection();
 }
 
-DocumentListRowsView& DocumentListController::rowsView() {
+ui::ListView& DocumentListController::rowsView() {
   loadViewIfNeeded();
   return *rows_;
+}
+
+std::shared_ptr<DocumentListCell> DocumentListController::cellForRow(size_t row) {
+  return std::dynamic_pointer_cast<DocumentListCell>(rowsView().cellForRow(row));
 }
 
 ui::Button& DocumentListController::searchButton() {
@@ -258,18 +287,33 @@ ui::Button& DocumentListController::searchButton() {
   return *search_;
 }
 
-void DocumentListController::configureCell(DocumentListCell& cell, size_t row) {
+size_t DocumentListController::listViewNumberOfRows(ui::ListView& /*list*/) { return listing_->items().size(); }
+
+std::shared_ptr<ui::ListViewCell> DocumentListController::listViewMakeCell(ui::ListView& /*list*/) {
+  auto cell = std::make_shared<DocumentListCell>();
+  cell->onAction = [weak = weak_from_this()](DocumentListCell& acted, DocumentListRowAction action,
+                                            const std::shared_ptr<ui::View>& origin) {
+    auto self = std::static_pointer_cast<DocumentListController>(weak.lock());
+    if (self && acted.row()) {
+      self->reportAction(*acted.row(), action, origin);
+    }
+  };
+  return cell;
+}
+
+void DocumentListController::listViewConfigureCell(ui::ListView& /*list*/, ui::ListViewCell& listCell, size_t row) {
   const auto& items = listing_->items();
-  if (row >= items.size()) {
+  auto* cellPointer = dynamic_cast<DocumentListCell*>(&listCell);
+  if (row >= items.size() || cellPointer == nullptr) {
     return;
   }
+  DocumentListCell& cell = *cellPointer;
   const DocumentListing::Item& item = items[row];
   DocumentListCell::Content content;
   content.name = item.displayName;
   content.isFolder = item.entry.isDirectory && !item.entry.isPackage;
   content.isCloudOnly = item.entry.isCloudOnly;
   content.isEditing = isEditing();
-  content.isSelected = selected_.count(item.entry.url) != 0;
   content.availableActions = availableActions_;
   if (content.isFolder) {
     content.detail = localized("Folder");
@@ -280,7 +324,39 @@ void DocumentListController::configureCell(DocumentListCell& cell, size_t row) {
       content.detail += " \u2013 " + DateFormatter::localizedString(*item.record->modificationDate, 1, 1);
     }
   }
-  cell.configure(row, content);
+  cell.configure(content);
+}
+
+std::vector<ui::ListRowAction> DocumentListController::listViewActionsForRow(ui::ListView& /*list*/, size_t /*row*/) {
+  std::vector<ui::ListRowAction> actions;
+  if ((availableActions_ & DocumentListAvailableAction::Rename) != 0) {
+    actions.push_back({static_cast<int>(DocumentListRowAction::Rename), localized("Rename"), false});
+  }
+  if ((availableActions_ & DocumentListAvailableAction::Delete) != 0) {
+    actions.push_back({static_cast<int>(DocumentListRowAction::Delete), localized("Delete"), true});
+  }
+  return actions;
+}
+
+void DocumentListController::listViewSelectionDidChange(ui::ListView& list) {
+  selected_.clear();
+  const auto& items = listing_->items();
+  for (const size_t row : list.selectedRows()) {
+    if (row < items.size()) {
+      selected_.insert(items[row].entry.url);
+    }
+  }
+  itemsChanged();
+}
+
+void DocumentListController::listViewPerformRowAction(ui::ListView& /*list*/, size_t row, int action,
+                                                      const std::shared_ptr<ui::View>& originatingView) {
+  reportAction(row, static_cast<DocumentListRowAction>(action), originatingView);
+}
+
+void DocumentListController::listViewDidScroll(ui::ListView& list) {
+  const auto range = list.visibleRowRange();
+  listing_->setVisibleRange(range.first, range.count);
 }
 
 void DocumentListController::itemsChanged() {
@@ -290,21 +366,13 @@ void DocumentListController::itemsChanged() {
   }
 }
 
-void DocumentListController::cellTapped(size_t row) {
+void DocumentListController::listViewDidSelectRow(ui::ListView& /*list*/, size_t row) {
   VELUNE_ASSERT_MAIN_THREAD();
   const auto& items = listing_->items();
   if (row >= items.size()) {
     return;
   }
   const URL url = items[row].entry.url;
-  if (isEditing()) {
-    if (!selected_.erase(url)) {
-      selected_.insert(url);
-    }
-    rows_->reloadRows(row, 1);
-    itemsChanged();
-    return;
-  }
   auto keep = shared_from_this();
   const auto d = delegate();
   if (!d) {
@@ -317,8 +385,8 @@ void DocumentListController::cellTapped(size_t row) {
   }
 }
 
-void DocumentListController::cellAction(size_t row, DocumentListRowAction action,
-                                        const std::shared_ptr<ui::View>& origin) {
+void DocumentListController::reportAction(size_t row, DocumentListRowAction action,
+                                          const std::shared_ptr<ui::View>& origin) {
   VELUNE_ASSERT_MAIN_THREAD();
   const auto& items = listing_->items();
   if (row >= items.size() || (availableActions_ & availableActionBit(action)) == 0) {
@@ -327,18 +395,8 @@ void DocumentListController::cellAction(size_t row, DocumentListRowAction action
   const URL url = items[row].entry.url;
   auto keep = shared_from_this();
   if (auto d = delegate()) {
-    auto completion = [weak = weak_from_this(), url] {
-      auto self = std::static_pointer_cast<DocumentListController>(weak.lock());
-      if (!self || !self->rows_) {
-        return;
-      }
-      if (const auto index = self->listing_->indexOfURL(url)) {
-        if (auto cell = self->rows_->cellForRow(*index)) {
-          cell->revealSwipeActions(false);
-        }
-      }
-    };
-    d->documentListControllerPerformAction(*this, action, url, origin, std::move(completion));
+    // The list has put the swipe actions away already; nothing waits for the end.
+    d->documentListControllerPerformAction(*this, action, url, origin, [] {});
   }
 }
 

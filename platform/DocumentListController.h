@@ -11,13 +11,15 @@
 //   the items, and of the selection, is told to the delegate
 //   (documentListControllerItemsChanged). Right after it is made a listing
 //   has no items yet: they arrive with the first report.
-// - Rows: a DocumentListRowsView with cells for the rows in view only. A tap
-//   on a folder's row makes the folder's listing and reports it
+// - Rows: a ui::ListView with cells (DocumentListCell) for the rows in view
+//   only. A tap on a folder's row makes the folder's listing and reports it
 //   (documentListControllerDidSelectContainerWithViewController); a tap on a
 //   document (or a package) reports its URL; in edit mode a tap selects or
 //   deselects the row instead. The row actions the available-actions mask
-//   allows are buttons of the row, reported with the button as the
-//   originating view and a completion.
+//   allows are offered: Details and the actions menu as buttons of the row
+//   (reported with the button as the originating view), Delete and Rename
+//   when the row is swiped (reported with the row's cell). Each report
+//   carries a completion.
 // - Search: the "Search" button above the rows presents a SearchOverlay whose
 //   taps reach this listing's delegate as if they came from the rows.
 //
@@ -34,12 +36,13 @@
 #include "platform/DocumentListing.h"
 #include "platform/URL.h"
 #include "platform/ui/Button.h"
+#include "platform/ui/ListView.h"
 #include "platform/ui/ViewController.h"
 
 namespace velune::platform {
 
+class DocumentListCell;
 class DocumentListController;
-class DocumentListRowsView;
 
 // What a listing tells its delegate. Every callback runs on the main thread.
 class DocumentListControllerDelegate {
@@ -64,7 +67,9 @@ class DocumentListControllerDelegate {
                                                    const URL& /*url*/) {}
 };
 
-class DocumentListController : public ui::ViewController {
+class DocumentListController : public ui::ViewController,
+                               public ui::ListViewDataSource,
+                               public ui::ListViewDelegate {
   struct PrivateTag {};
 
  public:
@@ -109,7 +114,9 @@ class DocumentListController : public ui::ViewController {
   void loadView() override;
 
   // What is on screen (the view is loaded on first use).
-  DocumentListRowsView& rowsView();
+  ui::ListView& rowsView();
+  // The row's cell, or null when the row has none now.
+  std::shared_ptr<DocumentListCell> cellForRow(size_t row);
   ui::Button& searchButton();
   const DocumentListing& listing() const { return *listing_; }
   DocumentListing& listing() { return *listing_; }
@@ -117,18 +124,29 @@ class DocumentListController : public ui::ViewController {
   // Presents the search over this listing (what the Search button does).
   void presentSearch();
 
+  // The list's data source and delegate.
+  size_t listViewNumberOfRows(ui::ListView& list) override;
+  std::shared_ptr<ui::ListViewCell> listViewMakeCell(ui::ListView& list) override;
+  void listViewConfigureCell(ui::ListView& list, ui::ListViewCell& cell, size_t row) override;
+  std::vector<ui::ListRowAction> listViewActionsForRow(ui::ListView& list, size_t row) override;
+  void listViewDidSelectRow(ui::ListView& list, size_t row) override;
+  void listViewSelectionDidChange(ui::ListView& list) override;
+  void listViewPerformRowAction(ui::ListView& list, size_t row, int action,
+                                const std::shared_ptr<ui::View>& originatingView) override;
+  void listViewDidScroll(ui::ListView& list) override;
+
  private:
   void connectListing();
   void itemsChanged();
-  void configureCell(class DocumentListCell& cell, size_t row);
-  void cellTapped(size_t row);
-  void cellAction(size_t row, DocumentListRowAction action, const std::shared_ptr<ui::View>& origin);
+  // The list's check marks from the selection.
+  void showSelection();
+  void reportAction(size_t row, DocumentListRowAction action, const std::shared_ptr<ui::View>& origin);
 
   std::shared_ptr<DocumentListing> listing_;
   std::unordered_set<URL> selected_;
   std::uint32_t availableActions_ = 0;
   std::weak_ptr<DocumentListControllerDelegate> delegate_;
-  std::shared_ptr<DocumentListRowsView> rows_;
+  std::shared_ptr<ui::ListView> rows_;
   std::shared_ptr<ui::Button> search_;
 };
 

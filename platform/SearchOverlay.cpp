@@ -9,7 +9,6 @@
 #include "platform/DispatchQueue.h"
 #include "platform/DocumentListCell.h"
 #include "platform/DocumentListController.h"
-#include "platform/DocumentListRowsView.h"
 #include "platform/FolderListingService.h"
 #include "platform/Localization.h"
 #include "platform/MainThread.h"
@@ -154,33 +153,37 @@ void SearchOverlay::loadView() {
   count_->setIdentifier(identifier() + ".count");
   count_->setFrame(ui::Rect(16, 68, width - 32, 20));
 
-  rows_ = std::make_shared<DocumentListRowsView>(identifier());
-  rows_->setFrame(container->bounds());
-  rows_->numberOfRows = [this] { return results_.size(); };
-  rows_->configureCell = [this](DocumentListCell& cell, size_t row) {
-    if (row >= results_.size()) {
-      return;
-    }
-    DocumentListCell::Content content;
-    content.name = results_[row].displayName;
-    content.isFolder = results_[row].entry.isDirectory && !results_[row].entry.isPackage;
-    content.isCloudOnly = results_[row].entry.isCloudOnly;
-    content.detail = results_[row].entry.url.URLByDeletingLastPathComponent().lastPathComponent();
-    cell.configure(row, content);
-  };
-  rows_->prepareCell = [weak = weak_from_this()](DocumentListCell& cell) {
-    cell.onTap = [weak](DocumentListCell& tapped) {
-      if (auto self = std::static_pointer_cast<SearchOverlay>(weak.lock())) {
-        self->resultTapped(tapped.row());
-      }
-    };
-  };
+  rows_ = ui::ListView::make(ui::Rect(0, 92, width, container->bounds().height() - 92));
+  rows_->setIdentifier(identifier() + ".rows");
+  rows_->setAutoresizingMask(ui::Autoresizing::FlexibleWidth | ui::Autoresizing::FlexibleHeight);
+  rows_->setRowHeight(DocumentListCell::kRowHeight);
+  const auto self = std::static_pointer_cast<SearchOverlay>(shared_from_this());
+  rows_->setDataSource(std::static_pointer_cast<ui::ListViewDataSource>(self));
+  rows_->setDelegate(std::static_pointer_cast<ui::ListViewDelegate>(self));
   container->addSubview(rows_);
   container->addSubview(field_);
   container->addSubview(cancel_);
   container->addSubview(count_);
   setView(container);
-  rows_->setInsets(92, 0);
+}
+
+size_t SearchOverlay::listViewNumberOfRows(ui::ListView& /*list*/) { return results_.size(); }
+
+std::shared_ptr<ui::ListViewCell> SearchOverlay::listViewMakeCell(ui::ListView& /*list*/) {
+  return std::make_shared<DocumentListCell>();
+}
+
+void SearchOverlay::listViewConfigureCell(ui::ListView& /*list*/, ui::ListViewCell& listCell, size_t row) {
+  auto* cell = dynamic_cast<DocumentListCell*>(&listCell);
+  if (cell == nullptr || row >= results_.size()) {
+    return;
+  }
+  DocumentListCell::Content content;
+  content.name = results_[row].displayName;
+  content.isFolder = results_[row].entry.isDirectory && !results_[row].entry.isPackage;
+  content.isCloudOnly = results_[row].entry.isCloudOnly;
+  content.detail = results_[row].entry.url.URLByDeletingLastPathComponent().lastPathComponent();
+  cell->configure(content);
 }
 
 ui::TextField& SearchOverlay::searchField() {
@@ -195,7 +198,7 @@ ui::Label& SearchOverlay::countLabel() {
   loadViewIfNeeded();
   return *count_;
 }
-DocumentListRowsView& SearchOverlay::rowsView() {
+ui::ListView& SearchOverlay::rowsView() {
   loadViewIfNeeded();
   return *rows_;
 }
@@ -235,7 +238,7 @@ void SearchOverlay::resultsArrived(std::uint64_t generation, std::vector<Documen
   rows_->reloadData();
 }
 
-void SearchOverlay::resultTapped(size_t row) {
+void SearchOverlay::listViewDidSelectRow(ui::ListView& /*list*/, size_t row) {
   VELUNE_ASSERT_MAIN_THREAD();
   auto listing = listing_.lock();
   if (!listing || row >= results_.size()) {

@@ -11,7 +11,7 @@
 // with its URL. Cancel dismisses the overlay.
 //
 // Identifiers: "<overlay>.field", "<overlay>.cancel", "<overlay>.count" and
-// the result rows "<overlay>.cell.<n>". Main thread only; the search holds
+// the list of results "<overlay>.rows". Main thread only; the search holds
 // the overlay weakly.
 
 #include <atomic>
@@ -23,15 +23,15 @@
 #include "platform/DocumentListing.h"
 #include "platform/ui/Button.h"
 #include "platform/ui/Label.h"
+#include "platform/ui/ListView.h"
 #include "platform/ui/TextField.h"
 #include "platform/ui/ViewController.h"
 
 namespace velune::platform {
 
 class DocumentListController;
-class DocumentListRowsView;
 
-class SearchOverlay : public ui::ViewController {
+class SearchOverlay : public ui::ViewController, public ui::ListViewDataSource, public ui::ListViewDelegate {
  public:
   static constexpr size_t kResultLimit = 500;
   // A walk stops after this many folders, so a pathological drive cannot hold the queue.
@@ -53,12 +53,16 @@ class SearchOverlay : public ui::ViewController {
   ui::TextField& searchField();
   ui::Button& cancelButton();
   ui::Label& countLabel();
-  DocumentListRowsView& rowsView();
+  ui::ListView& rowsView();
   std::shared_ptr<DocumentListController> listing() const { return listing_.lock(); }
+
+  size_t listViewNumberOfRows(ui::ListView& list) override;
+  std::shared_ptr<ui::ListViewCell> listViewMakeCell(ui::ListView& list) override;
+  void listViewConfigureCell(ui::ListView& list, ui::ListViewCell& cell, size_t row) override;
+  void listViewDidSelectRow(ui::ListView& list, size_t row) override;
 
  private:
   void resultsArrived(std::uint64_t generation, std::vector<DocumentListing::Item> results);
-  void resultTapped(size_t row);
 
   std::weak_ptr<DocumentListController> listing_;
   std::shared_ptr<std::atomic<std::uint64_t>> generation_;
@@ -67,7 +71,7 @@ class SearchOverlay : public ui::ViewController {
   std::shared_ptr<ui::TextField> field_;
   std::shared_ptr<ui::Button> cancel_;
   std::shared_ptr<ui::Label> count_;
-  std::shared_ptr<DocumentListRowsView> rows_;
+  std::shared_ptr<ui::ListView> rows_;
 };
 
 }  // namespace velune::platform

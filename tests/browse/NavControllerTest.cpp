@@ -10,7 +10,6 @@
 #include "diag/QuotaFetcher.h"
 #include "model/DRItem.h"
 #include "platform/DocumentListCell.h"
-#include "platform/DocumentListRowsView.h"
 #include "platform/Notifications.h"
 #include "platform/PreferencesStore.h"
 #include "platform/SearchOverlay.h"

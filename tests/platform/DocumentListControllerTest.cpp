@@ -7,7 +7,6 @@
 #include <chrono>
 
 #include "platform/DocumentListCell.h"
-#include "platform/DocumentListRowsView.h"
 #include "platform/NameCollator.h"
 #include "platform/SearchOverlay.h"
 #include "platform/SyncURLService.h"
@@ -160,7 +159,7 @@ TEST_F(DocumentListControllerTest, LiveUpdates_FollowAnotherProcessTheCloudAndAV
   EXPECT_EQ(names(*listing)[3], "bulk 1.txt");
   EXPECT_EQ(names(*listing)[4], "bulk 2.txt");
   EXPECT_EQ(names(*listing).back(), "c.txt");
-  EXPECT_LT(listing->rowsView().cellCount(), 20U);
+  EXPECT_LT(listing->rowsView().cellsMade(), 30U);
 
   // Select-all of 10,000 items in a set: no comparison of every pair.
   listing->setEditing(true, false);
@@ -213,7 +212,7 @@ TEST_F(DocumentListControllerTest, Rows_TapsAndActionsReachTheDelegateFromReused
   auto window = testing::showInWindow(listing);
   auto& rows = listing->rowsView();
   ASSERT_GT(rows.visibleCells().size(), 5U);
-  const size_t made = rows.cellCount();
+  const size_t made = rows.cellsMade();
 
   // A folder's row reports the folder's own listing; a document's row its URL.
   ASSERT_TRUE(rows.cellForRow(0)->tap());
@@ -223,41 +222,46 @@ TEST_F(DocumentListControllerTest, Rows_TapsAndActionsReachTheDelegateFromReused
   rows.cellForRow(1)->tap();
   EXPECT_EQ(delegate_->documents, std::vector<URL>{URL::fileURLWithPath(docs + "/Note.txt", false)});
   EXPECT_EQ(rows.cellForRow(1)->accessibilityLabel(), "Note.txt");
+  EXPECT_FALSE(listing->cellForRow(1)->detailLabel()->text().empty());  // its record arrived
 
   // Scrolling to the end reuses the cells; their identifiers stay.
-  const std::string firstCell = rows.visibleCells().front()->identifier();
+  const std::string firstCell = rows.visibleCells().begin()->second->identifier();
   rows.scrollToRow(41);
-  EXPECT_EQ(rows.cellCount(), made);
+  EXPECT_LE(rows.cellsMade(), made + ui::ListView::kMarginRows);
+  ASSERT_TRUE(rows.cellForRow(41));
   EXPECT_EQ(rows.cellForRow(41)->accessibilityLabel(), "x139.txt");
   EXPECT_NE(window->findByIdentifier(firstCell), nullptr);
   rows.scrollToRow(0);
 
-  // Row actions: only the allowed ones are offered; each is reported with its button.
-  auto cell = rows.cellForRow(1);
+  // Row actions: only the allowed ones are offered; each is reported with its view.
+  auto cell = listing->cellForRow(1);
+  ASSERT_TRUE(cell);
   EXPECT_TRUE(cell->buttonForAction(DocumentListRowAction::Details)->isHidden());
+  EXPECT_FALSE(cell->swipe());  // nothing to offer yet
   listing->setAvailableActions(platform::DocumentListAvailableAction::Details |
                                platform::DocumentListAvailableAction::Rename);
   EXPECT_FALSE(cell->buttonForAction(DocumentListRowAction::Details)->isHidden());
   EXPECT_TRUE(cell->buttonForAction(DocumentListRowAction::ActionsMenu)->isHidden());
-  EXPECT_TRUE(cell->buttonForAction(DocumentListRowAction::Rename)->isHidden());
-  cell->revealSwipeActions(true);
-  EXPECT_FALSE(cell->buttonForAction(DocumentListRowAction::Rename)->isHidden());
-  EXPECT_TRUE(cell->buttonForAction(DocumentListRowAction::Delete)->isHidden());
-  EXPECT_FALSE(cell->buttonForAction(DocumentListRowAction::Delete)->tap());
-  ASSERT_TRUE(cell->buttonForAction(DocumentListRowAction::Rename)->tap());
-  ASSERT_EQ(delegate_->actions.size(), 1U);
-  EXPECT_EQ(delegate_->actions[0].action, DocumentListRowAction::Rename);
-  EXPECT_EQ(delegate_->actions[0].url, URL::fileURLWithPath(docs + "/Note.txt", false));
-  EXPECT_EQ(delegate_->actions[0].origin, cell->buttonForAction(DocumentListRowAction::Rename));
-  delegate_->completions[0]();
-  EXPECT_FALSE(cell->swipeActionsRevealed());
+  ASSERT_TRUE(cell->buttonForAction(DocumentListRowAction::Details)->tap());
+  ASSERT_TRUE(cell->swipe());
+  ASSERT_EQ(cell->actionButtons().size(), 1U);  // Rename, not Delete
+  ASSERT_TRUE(cell->actionButtons()[0]->tap());
+  ASSERT_EQ(delegate_->actions.size(), 2U);
+  EXPECT_EQ(delegate_->actions[0].action, DocumentListRowAction::Details);
+  EXPECT_EQ(delegate_->actions[0].origin, cell->buttonForAction(DocumentListRowAction::Details));
+  EXPECT_EQ(delegate_->actions[1].action, DocumentListRowAction::Rename);
+  EXPECT_EQ(delegate_->actions[1].url, URL::fileURLWithPath(docs + "/Note.txt", false));
+  EXPECT_EQ(delegate_->actions[1].origin, cell);
+  EXPECT_FALSE(cell->showsActions());
 
   // In edit mode a tap selects instead of opening.
   listing->setEditing(true, false);
   rows.cellForRow(0)->tap();
   EXPECT_EQ(listing->selectedItems(), std::vector<URL>{URL::fileURLWithPath(docs + "/Folder", true)});
-  EXPECT_FALSE(rows.cellForRow(0)->checkMark()->isHidden());
+  EXPECT_TRUE(rows.cellForRow(0)->isChecked());
   EXPECT_EQ(delegate_->folders.size(), 1U);
+  listing->setSelectedItems(listing->containedItems());
+  EXPECT_TRUE(rows.cellForRow(3)->isChecked());
 }
 
 TEST_F(DocumentListControllerTest, Hierarchy_FromTheTopLevelDownToAFolderOfTheDrive) {
