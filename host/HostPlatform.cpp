@@ -12,7 +12,9 @@ namespace velune::host {
 platform::Services HostPlatform::makeServices(const HostOptions& options) {
   const HomeLayout layout(options.home);
   platform::Services services;
-  services.applicationHost = std::make_shared<LinuxApplicationHost>();
+  auto application = std::make_shared<LinuxApplicationHost>();
+  application->setHome(layout);
+  services.applicationHost = application;
   services.systemLog = makeSystemLog(options.systemLog, layout.systemLogFile());
   services.consoleLog = std::make_shared<StandardErrorConsoleLog>();
   // The screen's log view subscribes here.

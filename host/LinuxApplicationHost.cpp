@@ -5,12 +5,20 @@
 
 #include <thread>
 
+#include "host/BoundedJsonFile.h"
+#include "host/FileIO.h"
+#include "host/InstalledApplications.h"
+#include "host/JsonValue.h"
+#include "host/LaunchURLReceiver.h"
+#include "platform/DispatchQueue.h"
 #include "platform/Log.h"
 #include "platform/MainThread.h"
 #include "platform/NotificationService.h"
 #include "platform/Notifications.h"
 #include "platform/Platform.h"
 #include "platform/RunLoop.h"
+#include "platform/ui/ViewController.h"
+#include "platform/ui/Window.h"
 
 namespace velune::host {
 
@@ -60,6 +68,7 @@ int LinuxApplicationHost::run(int /*argc*/, char** /*argv*/, const std::optional
   delegate_ = platform::ApplicationDelegate::make(delegateClassName);
   if (delegate_) {
     delegate_->applicationWillFinishLaunchingWithOptions(*this, {});
+    restoreApplicationState();
     delegate_->applicationDidFinishLaunchingWithOptions(*this, {});
   } else {
     PLATFORM_LOG(kLogWarning, "No application delegate class named %@; the application runs without one",
@@ -67,11 +76,31 @@ int LinuxApplicationHost::run(int /*argc*/, char** /*argv*/, const std::optional
   }
   applyActive(true);
 
+  std::unique_ptr<LaunchURLReceiver> receiver;
+  if (home_) {
+    std::weak_ptr<LinuxApplicationHost> weakSelf = weak_from_this();
+    receiver = std::make_unique<LaunchURLReceiver>(
+        *home_, [weakSelf](const LaunchURLRequest& request, LaunchURLReceiver::Reply reply) {
+          // To the main thread; the receiver waits for the answer (bounded).
+          platform::RunLoop::main().post([weakSelf, request, reply] {
+            auto self = weakSelf.lock();
+            reply(self && self->openLaunchURL(request), self ? std::string() : std::string("the app is ending"));
+          });
+        });
+    if (auto error = receiver->start()) {
+      PLATFORM_LOG(kLogWarning, "Launch URLs cannot be received: %@", *error);
+    }
+  }
+
   platform::RunLoop::main().run();
 
+  if (receiver) {
+    receiver->stop();
+  }
   if (delegate_ && active_) {
     delegate_->applicationWillResignActive(*this);
   }
+  saveApplicationState();
   active_ = false;
   running_ = false;
   for (auto it = services_.rbegin(); it != services_.rend(); ++it) {
@@ -105,6 +134,75 @@ bool LinuxApplicationHost::openURL(const platform::URL& url, const std::string& 
   return true;
 }
 
+std::string LinuxApplicationHost::stateArchivePath(const HomeLayout& layout) {
+  return layout.appData() + "/Library/Saved Application State/state.json";
+}
+
+bool LinuxApplicationHost::openLaunchURL(const LaunchURLRequest& request) {
+  platform::assertMainThread("LinuxApplicationHost::openLaunchURL");
+  // The host, not the sender, says who opens: a claim counts only for an
+  // application installed on this phone.
+  std::optional<std::string> source;
+  if (request.claimedSource && home_ &&
+      InstalledApplications::read(home_->appsJson()).isInstalled(*request.claimedSource)) {
+    source = request.claimedSource;
+  }
+  PLATFORM_LOG(kLogInfo, "Launch URL %@ from pid %d (%@), claiming %@, reported as %@", request.url,
+        static_cast<int>(request.pid), request.executable, request.claimedSource,
+        source ? *source : std::string("an unknown source"));
+  if (!delegate_) {
+    return false;
+  }
+  platform::Value::Dictionary options;
+  if (source) {
+    options[platform::kOpenURLOptionSourceApplication] = platform::Value(*source);
+  }
+  return delegate_->applicationOpenURL(*this, request.url, options);
+}
+
+void LinuxApplicationHost::saveApplicationState() {
+  platform::assertMainThread("LinuxApplicationHost::saveApplicationState");
+  if (!home_ || !delegate_ || !delegate_->applicationShouldSaveApplicationState(*this)) {
+    return;
+  }
+  const auto window = ui::Window::keyWindow();
+  const auto root = window ? window->rootViewController() : nullptr;
+  if (!root || !root->restorationIdentifier()) {
+    return;
+  }
+  ui::StateCoder coder;
+  root->encodeRestorableStateWithCoder(coder);
+  nlohmann::json archive = nlohmann::json::object();
+  archive[*root->restorationIdentifier()] = toJson(platform::Value(coder.values()));
+  if (auto error = writeFileAtomically(stateArchivePath(*home_), archive.dump(2, ' ', false,
+                                                                              nlohmann::json::error_handler_t::replace))) {
+    PLATFORM_LOG(kLogWarning, "The interface state cannot be saved: %@", *error);
+  }
+}
+
+void LinuxApplicationHost::restoreApplicationState() {
+  platform::assertMainThread("LinuxApplicationHost::restoreApplicationState");
+  if (!home_ || !delegate_) {
+    return;
+  }
+  auto archive = readBoundedJsonFile(stateArchivePath(*home_), 64 * 1024, 8);
+  if (!archive.ok() || !archive.value().is_object()) {
+    return;  // nothing saved, or nothing usable
+  }
+  if (!delegate_->applicationShouldRestoreApplicationState(*this)) {
+    return;
+  }
+  const auto window = ui::Window::keyWindow();
+  const auto root = window ? window->rootViewController() : nullptr;
+  if (!root || !root->restorationIdentifier() || !archive.value().contains(*root->restorationIdentifier())) {
+    return;
+  }
+  const platform::Value values = fromJson(archive.value()[*root->restorationIdentifier()]);
+  if (const auto* dictionary = values.asDictionary()) {
+    root->decodeRestorableStateWithCoder(ui::StateCoder(*dictionary));
+  }
+}
+
 void LinuxApplicationHost::setActive(bool active) {
   std::weak_ptr<LinuxApplicationHost> weakSelf = weak_from_this();
   platform::RunLoop::main().post([weakSelf, active] {
@@ -134,6 +232,7 @@ void LinuxApplicationHost::applyActive(bool active) {
     if (delegate_) {
       delegate_->applicationWillResignActive(*this);
     }
+    saveApplicationState();
     if (notifications) {
       notifications->post(std::string(platform::kApplicationWillResignActiveNotification), this);
     }

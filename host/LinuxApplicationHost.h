@@ -9,6 +9,19 @@
 // app-state.json, the control panel): resigning posts the
 // will-resign-active notification and tells the delegate; becoming active
 // again posts the became-active notification and tells the delegate.
+//
+// With a home (setHome), it also:
+// - receives launch URLs on the home's socket (LaunchURLChannel) and asks the
+//   delegate to open each on the main thread, with the source application
+//   in the options only when the sender named an application installed on
+//   the phone (apps.json); anything else is reported as no source. Each
+//   request is logged with the sending process beside what was reported;
+// - saves the interface state (the key window's root view controller, under
+//   its restoration identifier) when the application moves to the background
+//   or quits, if the delegate agrees, and restores it at the next launch
+//   between will-finish and did-finish launching, if the delegate agrees.
+//   The state is kept in HOME/app-data/Library/Saved Application State/state.json,
+//   read back with the home's rules for files.
 
 #include <atomic>
 #include <memory>
@@ -16,6 +29,9 @@
 #include <vector>
 
 #include "host/ApplicationHostService.h"
+#include <optional>
+
+#include "host/HomeLayout.h"
 #include "platform/ApplicationHost.h"
 #include "platform/URL.h"
 
@@ -45,6 +61,19 @@ class LinuxApplicationHost final : public platform::ApplicationHost,
   // the main thread with the source application in its options. False when
   // the host is not running an application.
   bool openURL(const platform::URL& url, const std::string& sourceApplication);
+  // Before run().
+  void setHome(const HomeLayout& layout) { home_ = layout; }
+  static std::string stateArchivePath(const HomeLayout& layout);
+
+  // Main thread: what the application does with a launch URL request.
+  bool openLaunchURL(const struct LaunchURLRequest& request);
+  // Main thread: saves (restores) the interface state when the delegate agrees.
+  void saveApplicationState();
+  void restoreApplicationState();
+
+  // The delegate (for tests that drive the host without run()).
+  void setDelegate(std::shared_ptr<platform::ApplicationDelegate> delegate) { delegate_ = std::move(delegate); }
+  std::string description() const override { return "<LinuxApplicationHost>"; }
 
  private:
   void applyActive(bool active);
@@ -53,6 +82,7 @@ class LinuxApplicationHost final : public platform::ApplicationHost,
   bool active_ = false;
   std::vector<std::shared_ptr<ApplicationHostService>> services_;
   std::atomic<bool> running_{false};
+  std::optional<HomeLayout> home_;
 };
 
 }  // namespace velune::host

@@ -55,6 +55,9 @@ class ApplicationHost {
   // Any thread: asks the running application to end.
   virtual void terminate() = 0;
 
+  // What "%@" shows for the application object in logs.
+  virtual std::string description() const { return "<ApplicationHost>"; }
+
   // The process entry's call: runs the installed ApplicationHost.
   static int main(int argc, char** argv, const std::optional<std::string>& principalClassName,
                   const std::string& delegateClassName);

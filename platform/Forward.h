@@ -33,6 +33,7 @@ class FilePresenter;
 class SyncContainerService;
 class SyncContainer;
 class SyncURLService;
+class FolderListingService;
 class PromiseURLService;
 class TypeRegistry;
 class PreviewService;

@@ -42,6 +42,7 @@ struct Services {
   std::shared_ptr<FileCoordinationService> fileCoordination;
   std::shared_ptr<SyncContainerService> syncContainers;
   std::shared_ptr<SyncURLService> syncURLs;
+  std::shared_ptr<FolderListingService> folderListings;
   std::shared_ptr<PromiseURLService> promiseURLs;
   std::shared_ptr<TypeRegistry> typeRegistry;
   std::shared_ptr<PreviewService> previews;

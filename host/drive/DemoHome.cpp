@@ -26,6 +26,23 @@ using platform::Error;
 
 namespace {
 
+// The installed applications: the two that may send launch URLs (Drillrun
+// and the Lumiboard home screen), Jotter (installed, not trusted) and a
+// mail application that opens documents only as copies.
+constexpr const char* kAppsJson = R"({
+  "applications": [
+    {"identifier": "com.vorlan.Drillrun", "name": "Drillrun", "version": "4.2", "vendor": "Vorlan",
+     "opensInPlace": true, "defaultFor": ["com.vorlan.drillrun.drill"]},
+    {"identifier": "com.vorlan.lumiboard", "name": "Lumiboard", "version": "2.0", "vendor": "Vorlan",
+     "opensInPlace": true, "defaultFor": ["com.vorlan.lumiboard.board"]},
+    {"identifier": "com.vorlan.Jotter", "name": "Jotter", "version": "1.3", "vendor": "Vorlan",
+     "opensInPlace": true, "defaultFor": []},
+    {"identifier": "org.example.mailer", "name": "Mailer", "version": "7.1", "vendor": "Example",
+     "opensInPlace": false, "defaultFor": ["com.adobe.pdf"]}
+  ]
+}
+)";
+
 constexpr const char* kContainersJson = R"({
   "containers": [
     {"identifier": "com.vorlan.drive", "name": "Velune Drive"},
@@ -236,6 +253,7 @@ class Builder {
 }  // namespace
 
 const char* DemoHome::containersJson() { return kContainersJson; }
+const char* DemoHome::appsJson() { return kAppsJson; }
 
 std::optional<Error> DemoHome::make(const std::string& directory) {
   if (!isEmptyOrMissing(directory)) {
@@ -263,6 +281,11 @@ std::optional<Error> DemoHome::populate(const HomeLayout& layout) {
   }
   if (::stat(layout.deviceJson().c_str(), &info) != 0) {
     if (auto error = DeviceConfiguration{}.write(layout.deviceJson())) {
+      return error;
+    }
+  }
+  if (::lstat(layout.appsJson().c_str(), &info) != 0) {
+    if (auto error = writeFileAtomically(layout.appsJson(), kAppsJson)) {
       return error;
     }
   }

@@ -25,6 +25,8 @@ class DemoHome {
   static std::optional<platform::Error> populate(const HomeLayout& layout);
   // The demo's containers.json: the drive's own container and the three apps'.
   static const char* containersJson();
+  // The demo's installed applications (apps.json).
+  static const char* appsJson();
 };
 
 }  // namespace velune::host

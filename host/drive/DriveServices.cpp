@@ -5,6 +5,7 @@
 #include "host/drive/Drive.h"
 #include "host/drive/DriveFileSystem.h"
 #include "host/drive/HostFileCoordinationService.h"
+#include "host/drive/HostFolderListingService.h"
 #include "host/drive/HostPreviewService.h"
 #include "host/drive/HostPromiseURLService.h"
 #include "host/drive/HostSyncContainerService.h"
@@ -25,6 +26,7 @@ DriveServices DriveServices::make(const HomeLayout& layout) {
   out.promises_ = std::make_shared<HostPromiseURLService>();
   out.syncContainers_ = std::make_shared<HostSyncContainerService>(out.drive, out.containers);
   out.syncURLs_ = std::make_shared<HostSyncURLService>(out.drive, out.containers);
+  out.folderListings_ = std::make_shared<HostFolderListingService>(out.drive, out.types);
   return out;
 }
 
@@ -35,6 +37,7 @@ void DriveServices::wire(platform::Services& services) const {
   services.promiseURLs = promises_;
   services.syncContainers = syncContainers_;
   services.syncURLs = syncURLs_;
+  services.folderListings = folderListings_;
   services.urlResources = resources;
   services.fileCoordination = coordination;
 }

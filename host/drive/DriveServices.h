@@ -34,6 +34,7 @@ struct DriveServices {
   std::shared_ptr<platform::PromiseURLService> promises_;
   std::shared_ptr<platform::SyncContainerService> syncContainers_;
   std::shared_ptr<platform::SyncURLService> syncURLs_;
+  std::shared_ptr<platform::FolderListingService> folderListings_;
 };
 
 }  // namespace velune::host

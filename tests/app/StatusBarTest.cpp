@@ -15,20 +15,10 @@ namespace {
 
 using platform::DocumentListController;
 
-class StatusBarTest : public testing::UITestCase {
- protected:
-  // What configuring a listing does with its toolbar in each mode.
-  static void configure(DocumentListController& listing, bool editMode) {
-    if (editMode) {
-      listing.setToolbarItems({ui::BarButtonItem::withTitle("New Folder", ui::BarButtonItemStyle::Plain)});
-      return;
-    }
-    if (!StatusBar::statusBar(listing)) {
-      StatusBar::createStatusBar(listing);
-    }
-    StatusBar::displayStatusBar(listing);
-  }
-};
+// The rule of when a listing gets its status bar belongs to the listing
+// configuration of the navigation controller and is tested there
+// (tests/browse/NavControllerTest.cpp); these tests are of the bar itself.
+class StatusBarTest : public testing::UITestCase {};
 
 TEST_F(StatusBarTest, Create_ACentredFootnoteLabelBetweenOneFlexibleSpaceUsedTwice) {
   DocumentListControllerStatusBar bar;
@@ -47,33 +37,6 @@ TEST_F(StatusBarTest, Create_ACentredFootnoteLabelBetweenOneFlexibleSpaceUsedTwi
   EXPECT_EQ(Settings::backgroundColor(), ui::Color::white());
 }
 
-TEST_F(StatusBarTest, Category_MadeOnceAcrossEditModeAndNeverInEditModeOnly) {
-  auto listing = std::make_shared<DocumentListController>();
-  EXPECT_EQ(StatusBar::statusBar(*listing), nullptr);
-  configure(*listing, false);
-  const auto first = StatusBar::statusBar(*listing);
-  ASSERT_NE(first, nullptr);
-  const auto label = first->statusLabel();
-  EXPECT_EQ(listing->toolbarItems(), first->toolbarItems());
-  for (int round = 0; round < 2; ++round) {
-    configure(*listing, true);
-    EXPECT_EQ(listing->toolbarItems().size(), 1U);
-    EXPECT_EQ(StatusBar::statusBar(*listing), first);  // stays attached in edit mode
-    configure(*listing, false);
-  }
-  EXPECT_EQ(StatusBar::statusBar(*listing), first);
-  EXPECT_EQ(StatusBar::statusBar(*listing)->statusLabel(), label);
-  EXPECT_EQ(listing->toolbarItems(), first->toolbarItems());
-
-  auto editOnly = std::make_shared<DocumentListController>();
-  configure(*editOnly, true);
-  configure(*editOnly, true);
-  EXPECT_EQ(StatusBar::statusBar(*editOnly), nullptr);
-  // Showing a status bar that was never made leaves the toolbar empty.
-  StatusBar::displayStatusBar(*editOnly);
-  EXPECT_TRUE(editOnly->toolbarItems().empty());
-}
-
 TEST_F(StatusBarTest, Lifetime_TheStatusBarLivesExactlyAsLongAsItsListing) {
   auto listing = std::make_shared<DocumentListController>();
   StatusBar::createStatusBar(*listing);
@@ -89,7 +52,9 @@ TEST_F(StatusBarTest, Toolbar_TheLineSitsInTheMiddleOfTheListingsToolbar) {
   auto nav = ui::NavigationStackController::make(listing);
   nav->setToolbarHidden(false, false);
   auto window = testing::showInWindow(nav);
-  configure(*listing, false);
+  StatusBar::createStatusBar(*listing);
+  StatusBar::displayStatusBar(*listing);
+  nav->updateBars();
   const auto label = StatusBar::statusBar(*listing)->statusLabel();
   label->setText("12 items, 1.5 GB available");
   label->sizeToFit();

@@ -1,0 +1,151 @@
+#pragma once
+// NavController: the root of the browsing interface, the one navigation stack
+// of the application (made by the application delegate). It shows either the
+// drive (a root listing with the folder listings pushed on it, possibly
+// topped by a preview) when a cloud account is signed in, or the platform's
+// unavailable screen when not, and rebuilds itself whenever the account
+// identity changes (checked at every activation and account notice against
+// the token kept in the standard preferences). It configures every listing
+// it shows (title, Select/Cancel button, toolbar with the status line or the
+// edit buttons, row actions), builds the whole stack down to a document for a
+// launch URL, and saves and restores the previewed document.
+//
+// Ownership: it owns its stack, the running QuotaFetcher (drive shape only),
+// the current PreviewItemManager, the current name prompt and share menu. It
+// is the delegate of every listing it configures, of its own stack and of
+// the quota fetcher (all held weakly by them).
+//
+// Main thread only: notifications, listing callbacks and quota reports are
+// all delivered there.
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "diag/QuotaFetcherDelegate.h"
+#include "platform/Date.h"
+#include "platform/DocumentListController.h"
+#include "platform/IdentityToken.h"
+#include "platform/URL.h"
+#include "platform/ui/BarButtonItem.h"
+#include "platform/ui/NavigationStackController.h"
+
+namespace velune {
+
+class DRItem;
+class PreviewItemManager;
+class QuotaFetcher;
+
+// The standard preferences key of the last account identity token seen.
+inline constexpr const char* kUbiquityIdentityTokenKey = "com.vorlan.VeluneDriveApp.UbiquityIdentityToken";
+// State restoration keys.
+inline constexpr const char* kRestorationURLKey = "url";
+inline constexpr const char* kRestorationPreviewModeKey = "PreviewMode";
+// The seconds between two quota fetches.
+inline constexpr double kQuotaFetchInterval = 300.0;
+
+class NavController : public ui::NavigationStackController,
+                      public ui::NavigationStackControllerDelegate,
+                      public platform::DocumentListControllerDelegate,
+                      public QuotaFetcherDelegate {
+ public:
+  // The plain initialiser. The stack is built when the view loads.
+  static std::shared_ptr<NavController> create();
+  NavController();
+  ~NavController() override;
+
+  std::string_view kind() const override { return "NavController"; }
+
+  // --- Properties ---
+  bool editMode() const { return editMode_; }
+  void setEditMode(bool editMode) { editMode_ = editMode; }
+  const std::string& viewTitle() const { return viewTitle_; }
+  const std::shared_ptr<ui::BarButtonItem>& barButtonNewFolder() const { return barButtonNewFolder_; }
+  const std::shared_ptr<ui::BarButtonItem>& barButtonDeleteItem() const { return barButtonDeleteItem_; }
+  const std::shared_ptr<ui::BarButtonItem>& barButtonMoveItem() const { return barButtonMoveItem_; }
+  bool pickerIsAlive() const { return pickerIsAlive_; }
+  std::uint64_t quotaBytes() const { return quotaBytes_; }
+  const std::optional<platform::Date>& lastQuotaFetch() const { return lastQuotaFetch_; }
+  const std::shared_ptr<QuotaFetcher>& quotaFetcher() const { return quotaFetcher_; }
+  const std::shared_ptr<PreviewItemManager>& itemManager() const { return itemManager_; }
+  const std::function<void()>& performActionCompletionBlock() const { return performActionCompletionBlock_; }
+
+  // --- Stack (navigation controller core) ---
+  void viewDidLoad() override;
+  void setupInitialViewController();
+  bool checkVeluneState() const;
+  void didBecomeActiveNotification();
+  void veluneAccountAvailabilityChanged();
+  void handleAccountChanges();
+  void saveVeluneToken(const std::optional<platform::IdentityToken>& token);
+  std::shared_ptr<platform::DocumentListController> getTopDocumentListController();
+  bool showURLPreview(const std::optional<platform::URL>& url, std::int32_t previewMode);
+  void showPreview(const std::shared_ptr<DRItem>& item, std::int32_t previewMode);
+  void encodeRestorableStateWithCoder(ui::StateCoder& coder) override;
+  void decodeRestorableStateWithCoder(const ui::StateCoder& coder) override;
+
+  void navigationControllerDidShowViewController(ui::NavigationStackController& navigationController,
+                                                 const std::shared_ptr<ui::ViewController>& viewController,
+                                                 bool animated) override;
+  void documentListControllerDidSelectContainerWithViewController(
+      platform::DocumentListController& listing,
+      const std::shared_ptr<platform::DocumentListController>& newListing) override;
+
+  // --- Listing configuration and status line ---
+  void initNewListController(platform::DocumentListController& listing);
+  void configureVisibleControllerForMode();
+  void configureNavBar(platform::DocumentListController& listing);
+  void configureToolbar(platform::DocumentListController& listing);
+  void updateStatusUI(platform::DocumentListController* listing);
+  std::string toolbarStatusText(std::uint32_t count) const;
+  std::string quotaAvailableString() const;
+  bool okToShowQuota() const { return lastQuotaFetch_.has_value(); }
+  void quotaFetcherDidUpdateValue(QuotaFetcher& fetcher, std::uint64_t bytesAvailable) override;
+  void documentListControllerItemsChanged(platform::DocumentListController& listing) override;
+
+  // --- Edit mode (NavControllerEditing.cpp) ---
+  void beginEditMode();
+  void endEditMode();
+  void selectAllItems();
+  void setEditModeAndUpdateUI(bool editMode, platform::DocumentListController& listing);
+  bool canShowMoveForSelectedItems(platform::DocumentListController& listing);
+  bool canShowDeleteForSelectedItems(platform::DocumentListController& listing);
+  bool canEnableNewFolderForSelectedItems(platform::DocumentListController& listing);
+
+  // --- The toolbar's edit actions (NavControllerEditing.cpp) ---
+  void promtForNewFolderAndCreate();
+  void showMoveTargetForSelectedItems();
+  void showWarningAndDeleteDocument();
+
+  // --- Item selection and row actions (NavControllerItemActions.cpp) ---
+  void documentListControllerDidSelectItemAtURL(platform::DocumentListController& listing,
+                                                const platform::URL& url) override;
+  void documentListControllerPerformAction(platform::DocumentListController& listing,
+                                           platform::DocumentListRowAction action, const platform::URL& url,
+                                           const std::shared_ptr<ui::View>& originatingView,
+                                           std::function<void()> completion) override;
+  void documentListControllerPerformAction(platform::DocumentListController& listing,
+                                           platform::DocumentListRowAction action,
+                                           const platform::URL& url) override;
+
+ private:
+  // A new preview item manager for `previewMode`, replacing the current one.
+  void replaceItemManager(std::int32_t previewMode);
+  std::shared_ptr<NavController> self();
+
+  bool editMode_ = false;
+  std::string viewTitle_;
+  std::shared_ptr<ui::BarButtonItem> barButtonNewFolder_;
+  std::shared_ptr<ui::BarButtonItem> barButtonDeleteItem_;
+  std::shared_ptr<ui::BarButtonItem> barButtonMoveItem_;
+  bool pickerIsAlive_ = false;
+  std::uint64_t quotaBytes_ = 0;
+  std::optional<platform::Date> lastQuotaFetch_;
+  std::shared_ptr<QuotaFetcher> quotaFetcher_;
+  std::function<void()> performActionCompletionBlock_;
+  std::shared_ptr<PreviewItemManager> itemManager_;
+};
+
+}  // namespace velune
