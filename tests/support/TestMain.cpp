@@ -79,8 +79,3 @@ int main(int argc, char** argv) {
   ::testing::UnitTest::GetInstance()->listeners().Append(new Watchdog());
   return RUN_ALL_TESTS();
 }
-
-// Fontconfig (under cairo's text measuring) keeps a few allocations of its
-// own that leak checking cannot trace back to a root; they are made once per
-// process and are not the project's.
-extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig.so\n"; }
