@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cmath>
 
+#include "host/CloudTagDictionary.h"
 #include "host/DeviceConfiguration.h"
 #include "host/DeviceMonitor.h"
 #include "host/DeviceSettingsEditor.h"
@@ -248,6 +249,38 @@ std::optional<platform::Error> PhoneControls::changeFromAnotherDevice(const json
   return drive.cloudMove(*path, *to);
 }
 
+std::optional<platform::Error> PhoneControls::setTagDictionary(const json& body) {
+  constexpr size_t kMostTags = 1000;
+  constexpr size_t kLongestName = 255;
+  std::uint64_t version = host::CloudTagDictionary::kCurrentVersion;
+  if (body.contains("version")) {
+    if (!body["version"].is_number_unsigned() || body["version"].get<std::uint64_t>() > 0xFFFFFFFFu) {
+      return phoneControlError("version must be a whole number");
+    }
+    version = body["version"].get<std::uint64_t>();
+  }
+  if (!body.contains("tags") || !body["tags"].is_array()) {
+    return phoneControlError("tags must be a list of {\"name\", \"colour\"}");
+  }
+  if (body["tags"].size() > kMostTags) {
+    return phoneControlError("at most 1000 tags");
+  }
+  std::vector<host::CloudTag> tags;
+  for (const auto& entry : body["tags"]) {
+    const auto name = stringField(entry, "name");
+    if (!name || name->empty() || name->size() > kLongestName) {
+      return phoneControlError("each tag needs a name of 1 to 255 bytes");
+    }
+    if (!entry.contains("colour") || !entry["colour"].is_number_unsigned() || entry["colour"].get<std::uint64_t>() > 7) {
+      return phoneControlError("each tag needs a colour number from 0 to 7");
+    }
+    tags.push_back(host::CloudTag{*name, entry["colour"].get<std::uint64_t>()});
+  }
+  const std::lock_guard lock(mutex_);
+  PLATFORM_LOG(kLogInfo, "Control panel: another device sets %@ tags (version %@)", tags.size(), version);
+  return host::CloudTagDictionary::write(layout_, tags, version);
+}
+
 json PhoneControls::state() const {
   const std::lock_guard lock(mutex_);
   const auto device = host::DeviceConfiguration::read(layout_.deviceJson());
@@ -267,6 +300,17 @@ json PhoneControls::state() const {
   // The applications a launch URL can come from: the two the app trusts and one it does not.
   out["sources"] = json::array({"com.vorlan.Drillrun", "com.vorlan.lumiboard", "com.example.mailer"});
   out["driveRoot"] = "com.vorlan.drive/Documents";
+  // The tag dictionary of the cloud key-value store, as the panel edits it.
+  const auto tags = host::CloudTagDictionary::read(layout_);
+  if (tags.ok()) {
+    json list = json::array();
+    for (const auto& tag : tags.value().tags) {
+      list.push_back({{"name", tag.name}, {"colour", tag.colour}});
+    }
+    out["tagDictionary"] = {{"version", tags.value().version}, {"tags", list}};
+  } else {
+    out["tagDictionary"] = {{"problem", tags.error().localizedDescription().value_or(tags.error().description())}};
+  }
   return out;
 }
 

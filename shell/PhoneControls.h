@@ -47,11 +47,18 @@ class PhoneControls {
   // {"op": "add" | "modify" | "move" | "delete", "path": P, "to": P2, "text": T, "size": N, "folder": bool}
   // Paths are below the drive's root: "<container>/Documents/...".
   std::optional<platform::Error> changeFromAnotherDevice(const nlohmann::json& body);
+  // {"version": N, "tags": [{"name": "Red", "colour": 6}, ...]}: the user's tag
+  // dictionary as another device writes it into the cloud key-value store
+  // (version 2 when missing; at most 1,000 tags, names of 1 to 255 bytes,
+  // colours 0 to 7).
+  std::optional<platform::Error> setTagDictionary(const nlohmann::json& body);
   // Turns the phone: the screen's sides swap in device.json.
   std::optional<platform::Error> rotate(bool landscape);
 
-  // What the panel shows: the settings of device.json, the application state
-  // and the applications a launch URL can come from.
+  // What the panel shows: the settings of device.json, the application state,
+  // the applications a launch URL can come from and the tag dictionary
+  // ("tagDictionary": {"version", "tags"}, or {"problem"} when the store's
+  // file cannot be read).
   nlohmann::json state() const;
 
   static constexpr const char* kOtherAccountToken = "velune-other-user";

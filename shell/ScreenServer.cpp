@@ -103,6 +103,7 @@ void ScreenServer::buildRoutes() {
       {{"/api/phone/bandwidth", true, false}, &ScreenServer::servePhoneAction},
       {{"/api/phone/launch-url", true, false}, &ScreenServer::servePhoneAction},
       {{"/api/phone/cloud", true, false}, &ScreenServer::servePhoneAction},
+      {{"/api/phone/tags", true, false}, &ScreenServer::servePhoneAction},
       {{"/api/log", false, false}, &ScreenServer::serveLog},
       {{"/api/log/stream", false, false}, &ScreenServer::serveLogStream},
   };
@@ -420,6 +421,8 @@ void ScreenServer::servePhoneAction(const httplib::Request& request, httplib::Re
     error = phone.launchURL(body);
   } else if (action == "cloud") {
     error = phone.changeFromAnotherDevice(body);
+  } else if (action == "tags") {
+    error = phone.setTagDictionary(body);
   } else {
     sendError(response, 404, "no such control");
     return;

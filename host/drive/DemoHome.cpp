@@ -12,8 +12,10 @@
 #include <random>
 #include <vector>
 
+#include "host/CloudTagDictionary.h"
 #include "host/DeviceConfiguration.h"
 #include "host/FileIO.h"
+#include "host/HostCloudKeyValueStore.h"
 #include "host/drive/Drive.h"
 #include "host/drive/DrivePaths.h"
 #include "host/drive/FileOperations.h"
@@ -255,6 +257,11 @@ class Builder {
 const char* DemoHome::containersJson() { return kContainersJson; }
 const char* DemoHome::appsJson() { return kAppsJson; }
 
+std::vector<CloudTag> DemoHome::demoTags() {
+  return {{"Red", 6},   {"Orange", 7}, {"Yellow", 5}, {"Green", 2}, {"Blue", 4},
+          {"Purple", 3}, {"Grey", 1},   {"Work", 0},   {"Home", 4}};
+}
+
 std::optional<Error> DemoHome::make(const std::string& directory) {
   if (!isEmptyOrMissing(directory)) {
     return Error::platform(platform::ErrorCode::FileWriteFileExists,
@@ -313,6 +320,12 @@ std::optional<Error> DemoHome::populate(const HomeLayout& layout) {
   b.document(drive + "/Projects/Brochure.pdf",
              drawPDF("Velune Brochure", {"A short brochure made for the demo drive.", "It has one page of text."}, 0),
              20);
+  // Every colour of the dictionary on one document, and a tag it does not know.
+  b.attributes(drive + "/Projects/Brochure.pdf",
+               ItemAttributes{{"Red", "Orange", "Yellow", "Green", "Blue", "Purple", "Grey", "Work", "Draft"},
+                              false,
+                              std::string(kRoleOwner),
+                              false});
   b.folder(drive + "/Photos");
   b.document(drive + "/Photos/Sunset.png", drawPicture(1600, 1000, 0.2, "Sunset"), 30);
   b.attributes(drive + "/Photos/Sunset.png", ItemAttributes{{"Orange"}, false, std::string(kRoleOwner), false});
@@ -322,6 +335,7 @@ std::optional<Error> DemoHome::populate(const HomeLayout& layout) {
               ItemAttributes{{"Red"}, false, std::string(kRoleOwner), false});
   b.sparseCloudOnly(drive + "/Holiday Film.mp4", 157'286'400, 40);
   b.document(drive + "/Chime.wav", chimeWAV(), 15);
+  b.attributes(drive + "/Chime.wav", ItemAttributes{{"Grey", "Home"}, false, std::string(kRoleOwner), false});
   b.document(drive + "/Team Plan.md", "# Team plan\n\nShared with you by Robin; only Robin can rename it.\n", 3);
   b.attributes(drive + "/Team Plan.md", ItemAttributes{{}, true, std::string(kRoleParticipant), false});
   b.document(drive + "/Budget.csv", "Item,Amount\nVenue,1200\nFood,450\n", 6);
@@ -356,7 +370,17 @@ std::optional<Error> DemoHome::populate(const HomeLayout& layout) {
 
   // Jotter: no folders.
   b.document(jotter + "/Shopping.txt", "Apples\nBread\nCoffee\n", 1);
+  b.attributes(jotter + "/Shopping.txt", ItemAttributes{{"Home", "Yellow"}, false, std::string(kRoleOwner), false});
   b.cloudOnly(jotter + "/Ideas.txt", "An app that lists ideas.\n", 25);
+
+  // The tag dictionary that the user's other devices keep: every colour
+  // number, in the user's order. "Draft" is on an item but not here.
+  struct stat kvstore {};
+  if (::stat(HostCloudKeyValueStore::filePath(layout).c_str(), &kvstore) != 0) {
+    if (auto error = CloudTagDictionary::write(layout, demoTags())) {
+      return error;
+    }
+  }
   return b.result();
 }
 

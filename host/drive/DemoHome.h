@@ -6,10 +6,14 @@
 // above it and a film above 104,857,600 bytes (sparse on the cloud side); a
 // shared document on which the user is a participant and one the user owns; a
 // document reference; tagged items; a package; hidden files; and names in
-// several scripts and Unicode forms. Pictures and PDFs are drawn with cairo.
+// several scripts and Unicode forms; and, in the cloud key-value store, the
+// user's tag dictionary with every colour. Pictures and PDFs are drawn with cairo.
 
 #include <optional>
 #include <string>
+#include <vector>
+
+#include "host/CloudTagDictionary.h"
 
 #include "host/HomeLayout.h"
 #include "platform/Error.h"
@@ -27,6 +31,9 @@ class DemoHome {
   static const char* containersJson();
   // The demo's installed applications (apps.json).
   static const char* appsJson();
+  // The demo's tag dictionary (version 2): every colour number 0 to 7 once,
+  // "Blue" and "Home" sharing one.
+  static std::vector<CloudTag> demoTags();
 };
 
 }  // namespace velune::host

@@ -10,10 +10,12 @@
 //   vdtool cloud modify PATH [--text T | --file F | --size N]
 //   vdtool cloud move PATH NEW-PATH
 //   vdtool cloud delete PATH
+//   vdtool cloud set-tags NAME=COLOUR ... [--version N] | --json FILE   (CloudTagsCommand.cpp)
 
 #include <cstdio>
 #include <cstdlib>
 
+#include "programs/vdtool/CloudTagsCommand.h"
 #include "programs/vdtool/DriveArguments.h"
 
 namespace velune::host::vdtool {
@@ -24,7 +26,8 @@ constexpr const char* kUsage =
     "       vdtool cloud add PATH --folder\n"
     "       vdtool cloud modify PATH [--text T | --file F | --size N]\n"
     "       vdtool cloud move PATH NEW-PATH\n"
-    "       vdtool cloud delete PATH\n";
+    "       vdtool cloud delete PATH\n"
+    "       vdtool cloud set-tags [NAME=COLOUR ...] [--version N] | --json FILE\n";
 
 struct Options {
   std::vector<std::string> paths;
@@ -86,6 +89,9 @@ int runCloud(VdtoolContext& context, const std::vector<std::string>& arguments) 
     return kExitUsage;
   }
   const std::string verb = arguments[0];
+  if (verb == "set-tags") {
+    return runCloudSetTags(context, std::vector<std::string>(arguments.begin() + 1, arguments.end()));
+  }
   Options options;
   if (!parse(std::vector<std::string>(arguments.begin() + 1, arguments.end()), options)) {
     std::fputs(kUsage, stderr);
@@ -121,7 +127,7 @@ int runCloud(VdtoolContext& context, const std::vector<std::string>& arguments) 
 }
 
 const VdtoolCommand::Registration kCloud{
-    {"cloud", "add|modify|move|delete PATH ...", "change the cloud side as another device would", &runCloud}};
+    {"cloud", "add|modify|move|delete PATH ... | set-tags NAME=COLOUR ...", "change the cloud side as another device would", &runCloud}};
 
 }  // namespace
 }  // namespace velune::host::vdtool

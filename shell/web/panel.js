@@ -95,6 +95,76 @@
     post("cloud", body).then((ok) => { if (ok) say("Changed on the cloud side."); });
   });
 
+  // --- The tag dictionary (as another device keeps it) ---
+  const kColourNames = ["None", "Grey", "Green", "Purple", "Blue", "Yellow", "Red", "Orange"];
+  const tagsList = document.getElementById("tags-list");
+  const tagsVersion = document.getElementById("tags-version");
+  const tagsProblem = document.getElementById("tags-problem");
+  // While the person edits, refreshes do not overwrite the rows.
+  let tagsEdited = false;
+  let tagsShown = "";
+
+  function tagRow(name, colour) {
+    const li = document.createElement("li");
+    const swatch = document.createElement("span");
+    swatch.className = "swatch c" + colour;
+    swatch.setAttribute("aria-hidden", "true");
+    const input = document.createElement("input");
+    input.type = "text";
+    input.value = name;
+    input.maxLength = 255;
+    input.spellcheck = false;
+    input.setAttribute("aria-label", "Tag name");
+    const picker = document.createElement("select");
+    picker.setAttribute("aria-label", "Colour of " + (name || "the new tag"));
+    kColourNames.forEach((label, i) => picker.add(new Option(i + " " + label, String(i))));
+    picker.value = String(colour);
+    picker.addEventListener("change", () => { swatch.className = "swatch c" + picker.value; });
+    input.addEventListener("input", () => picker.setAttribute("aria-label", "Colour of " + (input.value || "the new tag")));
+    const remove = document.createElement("button");
+    remove.type = "button";
+    remove.textContent = "Remove";
+    remove.setAttribute("aria-label", "Remove " + (name || "the new tag"));
+    remove.addEventListener("click", () => { tagsEdited = true; li.remove(); });
+    li.append(swatch, input, picker, remove);
+    return li;
+  }
+
+  function showTags(dictionary) {
+    const text = JSON.stringify(dictionary || {});
+    if (tagsEdited || text === tagsShown) return;
+    tagsShown = text;
+    tagsList.textContent = "";
+    tagsProblem.textContent = dictionary && dictionary.problem ? "The store cannot be read: " + dictionary.problem : "";
+    for (const tag of (dictionary && dictionary.tags) || []) {
+      tagsList.appendChild(tagRow(tag.name, Math.min(7, Math.max(0, Number(tag.colour) || 0))));
+    }
+    tagsVersion.value = String(dictionary && dictionary.version !== undefined ? dictionary.version : 2);
+  }
+
+  const tagsForm = document.getElementById("tags-form");
+  tagsForm.addEventListener("input", () => { tagsEdited = true; });
+  tagsForm.addEventListener("change", () => { tagsEdited = true; });
+  document.getElementById("tags-add").addEventListener("click", () => {
+    tagsEdited = true;
+    const row = tagRow("", 0);
+    tagsList.appendChild(row);
+    row.querySelector("input").focus();
+  });
+  tagsForm.addEventListener("submit", (e) => {
+    e.preventDefault();
+    const tags = [...tagsList.querySelectorAll("li")]
+      .map((li) => ({ name: li.querySelector("input").value.trim(), colour: Number(li.querySelector("select").value) }))
+      .filter((tag) => tag.name !== "");
+    post("tags", { version: Number(tagsVersion.value), tags }).then((ok) => {
+      if (ok) {
+        tagsEdited = false;
+        tagsShown = "";
+        say("Saved the tag dictionary on another device.");
+      }
+    });
+  });
+
   let filledDefaults = false;
   async function refresh() {
     try {
@@ -113,6 +183,7 @@
         bandwidth.add(new Option(Math.round(phone.bytesPerSecond / 1000) + " KB/s", phone.bytesPerSecond));
       }
       bandwidth.value = String(phone.bytesPerSecond);
+      showTags(phone.tagDictionary);
       lamp.classList.toggle("on", !!phone.networkActivity);
       lamp.setAttribute("aria-label", phone.networkActivity ? "Network activity on" : "Network activity off");
       if (!filledDefaults) {

@@ -4,11 +4,17 @@
 #include <gtest/gtest.h>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <condition_variable>
+#include <mutex>
 #include <nlohmann/json.hpp>
 
+#include "host/CloudTagDictionary.h"
+#include "host/HostCloudKeyValueStore.h"
 #include "host/drive/DemoHome.h"
+#include "platform/Notifications.h"
 #include "host/drive/HostFileCoordinationService.h"
 #include "tests/host/RecordingPresenter.h"
 #include "tests/support/DriveTestHome.h"
@@ -169,6 +175,60 @@ TEST_F(VdtoolTest, AnotherDevicesChangeReachesThisProcesssPresenters) {
   run = vdtool({"cloud", "delete", "Jotter/Laptop.txt"});
   ASSERT_EQ(run.status, 0) << run.err;
   EXPECT_TRUE(presenter->waitFor("deleted"));
+}
+
+TEST_F(VdtoolTest, CloudSetTags_WritesTheDictionaryThatARunningStoreHears) {
+  const HomeLayout layout(home_.path() + "/phone");
+  auto store = HostCloudKeyValueStore::create(layout, platform::Platform::services()->notifications);
+  std::mutex mutex;
+  std::condition_variable heard;
+  int notifications = 0;
+  testing::notifications().addObserver(this, std::string(platform::kCloudKeyValueStoreDidChangeExternallyNotification),
+                                       nullptr, [&](const platform::Notification& notification) {
+                                         if (notification.object == store.get()) {
+                                           std::lock_guard lock(mutex);
+                                           ++notifications;
+                                           heard.notify_all();
+                                         }
+                                       });
+  store->start();
+  auto run = vdtool({"cloud", "set-tags", "Red=red", "Mint=2", "a=b=9", "--version", "3"});
+  ASSERT_EQ(run.status, 0) << run.err;
+  {
+    std::unique_lock lock(mutex);
+    EXPECT_TRUE(heard.wait_for(lock, std::chrono::seconds(10), [&] { return notifications >= 1; }));
+  }
+  const auto dictionary = store->objectForKey("TroverTagDict");
+  EXPECT_EQ(dictionary["TroverTagDictVersion"].unsignedValue(), 3U);
+  ASSERT_EQ(dictionary["TroverTags"].count(), 3U);
+  EXPECT_EQ(*dictionary["TroverTags"].at(1)["n"].asString(), "Mint");
+  EXPECT_EQ(dictionary["TroverTags"].at(1)["l"].unsignedValue(), 2U);
+  EXPECT_EQ(*dictionary["TroverTags"].at(2)["n"].asString(), "a=b");  // the last "=" splits
+  EXPECT_EQ(dictionary["TroverTags"].at(2)["l"].unsignedValue(), 9U);
+  testing::notifications().removeObserver(this);
+
+  // A raw value, whatever its shape.
+  const std::string raw = home_.path() + "/raw.json";
+  ASSERT_FALSE(writeFileAtomically(raw, R"({"TroverTagDictVersion": "2", "TroverTags": [{"n": 5, "l": "red"}]})"));
+  run = vdtool({"cloud", "set-tags", "--json", raw});
+  ASSERT_EQ(run.status, 0) << run.err;
+  const auto list = CloudTagDictionary::read(layout);
+  ASSERT_TRUE(list.ok());
+  EXPECT_EQ(list.value().version, 2U);
+  EXPECT_TRUE(list.value().tags.empty());
+
+  // Bad usage and unreadable input change nothing.
+  const std::string before = DriveTestHome::read(HostCloudKeyValueStore::filePath(layout));
+  EXPECT_EQ(vdtool({"cloud", "set-tags", "Red=pink"}).status, 64);
+  EXPECT_EQ(vdtool({"cloud", "set-tags", "=red"}).status, 64);
+  EXPECT_EQ(vdtool({"cloud", "set-tags", "Red"}).status, 64);
+  EXPECT_EQ(vdtool({"cloud", "set-tags", "--version", "two"}).status, 64);
+  EXPECT_EQ(vdtool({"cloud", "set-tags", "Red=6", "--json", raw}).status, 64);
+  ASSERT_EQ(::mkfifo((home_.path() + "/fifo.json").c_str(), 0600), 0);
+  run = vdtool({"cloud", "set-tags", "--json", home_.path() + "/fifo.json"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("not a regular file"), std::string::npos) << run.err;
+  EXPECT_EQ(DriveTestHome::read(HostCloudKeyValueStore::filePath(layout)), before);
 }
 
 }  // namespace
