@@ -28,6 +28,9 @@ class Color {
   static constexpr Color red() { return rgba(1, 0, 0); }
   static constexpr Color green() { return rgba(0, 1, 0); }
   static constexpr Color blue() { return rgba(0, 0, 1); }
+  static constexpr Color purple() { return rgba(0.5, 0, 0.5); }
+  static constexpr Color yellow() { return rgba(1, 1, 0); }
+  static constexpr Color orange() { return rgba(1, 0.5, 0); }
   // The tint of system buttons and bar items.
   static constexpr Color systemBlue() { return rgba(0, 122.0 / 255, 1); }
   // The thin line under navigation bars and above toolbars.
