@@ -1,5 +1,6 @@
 #include "platform/Localization.h"
 
+#include <unicode/uloc.h>
 #include <unicode/upluralrules.h>
 #include <unicode/ustring.h>
 
@@ -85,6 +86,11 @@ std::string fromTable(std::string text) {
 void setPseudoLocalization(bool on) { gPseudoLocalization.store(on, std::memory_order_relaxed); }
 
 const char* appLocaleIdentifier() { return "en_US"; }
+
+bool appLayoutIsRightToLeft() {
+  static const bool rightToLeft = uloc_isRightToLeft(appLocaleIdentifier()) != 0;
+  return rightToLeft;
+}
 
 std::string pluralCategory(double number) {
   static UPluralRules* rules = [] {

@@ -37,6 +37,9 @@ std::string pluralCategory(double number);
 
 // The language of the string table and of formatted numbers and dates.
 const char* appLocaleIdentifier();
+// Whether the app's language is written right to left, so that its interface
+// runs from the right.
+bool appLayoutIsRightToLeft();
 
 // Pseudo-localisation: while on, every text found in the string table comes
 // out in brackets ("[OK]"), so a screen (or a test) shows at a glance which
