@@ -28,6 +28,36 @@ bool isLineBreak(char32_t c) {
   return (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
 }
 
+bool isWhitespaceOrLineBreak(char32_t c) {
+  return u_isUWhiteSpace(static_cast<UChar32>(c)) != 0 || isLineBreak(c);
+}
+
+std::string trimmingWhitespaceAndLineBreaks(std::string_view text) {
+  const auto points = decodeUTF8(text);
+  if (!points) {
+    // Not UTF-8: only ASCII blanks can be recognised at the ends.
+    const auto blank = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+    size_t start = 0;
+    size_t end = text.size();
+    while (start < end && blank(text[start])) {
+      ++start;
+    }
+    while (end > start && blank(text[end - 1])) {
+      --end;
+    }
+    return std::string(text.substr(start, end - start));
+  }
+  size_t start = 0;
+  size_t end = points->size();
+  while (start < end && isWhitespaceOrLineBreak((*points)[start])) {
+    ++start;
+  }
+  while (end > start && isWhitespaceOrLineBreak((*points)[end - 1])) {
+    --end;
+  }
+  return encodeUTF8(std::u32string_view(*points).substr(start, end - start));
+}
+
 bool isASCII(std::string_view text) {
   for (const char ch : text) {
     if ((static_cast<unsigned char>(ch) & 0x80U) != 0) {

@@ -19,6 +19,12 @@ bool isControlOrFormat(char32_t c);
 // U+000A..U+000D, U+0085, U+2028, U+2029.
 bool isLineBreak(char32_t c);
 
+// White space (the Unicode White_Space property) or a line break.
+bool isWhitespaceOrLineBreak(char32_t c);
+// The text without white space and line breaks at either end. Text that is
+// not UTF-8 loses only ASCII blanks at its ends.
+std::string trimmingWhitespaceAndLineBreaks(std::string_view text);
+
 // The canonical composed form (NFC); the text itself when it is not UTF-8.
 std::string normalizedNFC(std::string_view text);
 // True when the two texts are canonically equivalent (equal in NFC).
