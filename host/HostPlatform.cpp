@@ -26,6 +26,7 @@ platform::Services HostPlatform::makeServices(const HostOptions& options) {
   wireDrive(services, options);
   wireInterface(services, options);
   wireNetwork(services, options);
+  wireCloud(services, options);
   return services;
 }
 

@@ -32,10 +32,11 @@ class HostPlatform {
   // Each area of the phone wires its own services, in its own file:
   // the drive and its files (HostPlatformDrive.cpp), the device, screen and
   // interface (HostPlatformInterface.cpp), account, network and quota
-  // (HostPlatformNetwork.cpp).
+  // (HostPlatformNetwork.cpp), the cloud key-value store (HostPlatformCloud.cpp).
   static void wireDrive(platform::Services& services, const HostOptions& options);
   static void wireInterface(platform::Services& services, const HostOptions& options);
   static void wireNetwork(platform::Services& services, const HostOptions& options);
+  static void wireCloud(platform::Services& services, const HostOptions& options);
 };
 
 }  // namespace velune::host
