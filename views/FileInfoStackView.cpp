@@ -1,6 +1,7 @@
 #include "views/FileInfoStackView.h"
 
 #include <algorithm>
+#include <variant>
 
 #include "model/DRItem.h"
 #include "model/FileTags.h"
@@ -93,36 +94,73 @@ void FileInfoStackView::setItem(std::shared_ptr<DRItem> item) {
   if (!item_) {
     return;
   }
-  const std::vector<std::shared_ptr<ui::View>> rows = arrangedSubviews();
+  struct Row {
+    const char* key;
+    std::string name;
+    std::variant<std::string, ui::StyledText> value;
+    int maxLines;
+  };
+  std::vector<Row> rows;
+  if (const auto& kind = item_->localizedTypeDescription()) {
+    rows.push_back({"kind", platform::localized("Kind"), *kind, 1});
+  }
+  if (const auto& size = item_->friendlyFileSize()) {
+    rows.push_back({"size", platform::localized("Size"), *size, 1});
+  }
+  if (const auto where = FileUtils::displayableLocationForURL(item_->url())) {
+    rows.push_back({"where", platform::localized("Where"), *where, 3});
+  }
+  if (const auto created = item_->friendlyCreationDate(kDateStyles[0])) {
+    rows.push_back({"created", platform::localized("Created"), *created, 1});
+  }
+  if (const auto modified = item_->friendlyContentModificationDate(kDateStyles[0])) {
+    rows.push_back({"modified", platform::localized("Modified"), *modified, 1});
+  }
+  if (auto tags = buildTagsWithImagesString(*item_, FileInfoCell::font())) {
+    rows.push_back({"tags", platform::localized("Tags"), std::move(*tags), 1});
+  }
+
+  std::vector<std::string> keys;
   for (const auto& row : rows) {
+    keys.emplace_back(row.key);
+  }
+  const auto& shown = arrangedSubviews();
+  if (keys == rowKeys_ && shown.size() == rows.size()) {
+    // The same rows: new values in the cells already there, so that a refresh
+    // keeps the column's rules (a layout pass then only moves sizes).
+    for (size_t i = 0; i < rows.size(); ++i) {
+      const auto& label = std::static_pointer_cast<FileInfoCell>(shown[i])->valueLabel();
+      if (const auto* text = std::get_if<std::string>(&rows[i].value)) {
+        label->setText(*text);
+      } else {
+        label->setStyledText(std::get<ui::StyledText>(rows[i].value));
+      }
+    }
+    return;
+  }
+
+  const std::vector<std::shared_ptr<ui::View>> old = shown;
+  for (const auto& row : old) {
     removeArrangedSubview(row.get());
     row->removeFromSuperview();
   }
   creationDateCell_.reset();
   modifiedDateCell_.reset();
   tagsCell_.reset();
-
-  const auto named = [this](const std::shared_ptr<FileInfoCell>& cell, const char* key) {
-    cell->setRowIdentifier(identifier() + "." + key);
-    return cell;
-  };
-  if (const auto& kind = item_->localizedTypeDescription()) {
-    named(addCell(platform::localized("Kind"), *kind, 1), "kind");
-  }
-  if (const auto& size = item_->friendlyFileSize()) {
-    named(addCell(platform::localized("Size"), *size, 1), "size");
-  }
-  if (const auto where = FileUtils::displayableLocationForURL(item_->url())) {
-    named(addCell(platform::localized("Where"), *where, 3), "where");
-  }
-  if (const auto created = item_->friendlyCreationDate(kDateStyles[0])) {
-    creationDateCell_ = named(addCell(platform::localized("Created"), *created, 1), "created");
-  }
-  if (const auto modified = item_->friendlyContentModificationDate(kDateStyles[0])) {
-    modifiedDateCell_ = named(addCell(platform::localized("Modified"), *modified, 1), "modified");
-  }
-  if (const auto tags = buildTagsWithImagesString(*item_, FileInfoCell::font())) {
-    tagsCell_ = named(addCell(platform::localized("Tags"), *tags, 1), "tags");
+  rowKeys_ = std::move(keys);
+  for (const auto& row : rows) {
+    const auto cell = std::holds_alternative<std::string>(row.value)
+                          ? addCell(row.name, std::get<std::string>(row.value), row.maxLines)
+                          : addCell(row.name, std::get<ui::StyledText>(row.value), row.maxLines);
+    cell->setRowIdentifier(identifier() + "." + row.key);
+    const std::string_view key = row.key;
+    if (key == "created") {
+      creationDateCell_ = cell;
+    } else if (key == "modified") {
+      modifiedDateCell_ = cell;
+    } else if (key == "tags") {
+      tagsCell_ = cell;
+    }
   }
 }
 

@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/ui/Font.h"
 #include "platform/ui/StackView.h"
@@ -35,7 +36,9 @@ class FileInfoStackView : public ui::StackView {
   std::string_view kind() const override { return "FileInfoStackView"; }
 
   const std::shared_ptr<DRItem>& item() const { return item_; }
-  // Rebuilds the rows for the item; with none, the rows stay as they were.
+  // Shows the item's rows; with none, the rows stay as they were. When the
+  // item has the same rows as those shown, their cells take the new values
+  // (the column keeps its layout rules); otherwise the rows are made anew.
   void setItem(std::shared_ptr<DRItem> item);
 
   // Appends a row; from the second row on, its name is made as wide as the
@@ -62,6 +65,8 @@ class FileInfoStackView : public ui::StackView {
   void tagColorsDidChange();
 
   std::shared_ptr<DRItem> item_;
+  // The keys of the rows shown ("kind", "size", ...), in order.
+  std::vector<std::string> rowKeys_;
   std::shared_ptr<FileInfoCell> creationDateCell_;
   std::shared_ptr<FileInfoCell> modifiedDateCell_;
   std::shared_ptr<FileInfoCell> tagsCell_;

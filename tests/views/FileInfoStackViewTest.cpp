@@ -115,6 +115,14 @@ TEST_F(FileInfoStackViewTest, Rows_AppearInOrderForEachValueTheItemHas) {
   EXPECT_EQ(rows->creationDateCell()->valueLabel()->text(), *item->friendlyCreationDate(3));
   EXPECT_EQ(rows->modifiedDateCell()->valueLabel()->text(), *item->friendlyContentModificationDate(3));
 
+  // The same rows again (a refresh): the cells stay and take the new values.
+  const auto sizeRow = rows->findByIdentifier("info.size");
+  auto refreshed = DRItem::initWithURL(item->url());
+  refreshed->setFriendlyFileSize(std::string("3 KB"));
+  rows->setItem(refreshed);
+  EXPECT_EQ(rows->findByIdentifier("info.size"), sizeRow);
+  EXPECT_EQ(std::static_pointer_cast<ui::Label>(rows->findByIdentifier("info.size.value"))->text(), "3 KB");
+
   // Each value taken away takes its row, and only that row.
   struct Case {
     const char* row;
