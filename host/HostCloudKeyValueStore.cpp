@@ -1,13 +1,10 @@
 #include "host/HostCloudKeyValueStore.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <nlohmann/json.hpp>
 
+#include "host/BoundedJsonFile.h"
 #include "host/FileIO.h"
 #include "host/JsonValue.h"
 #include "platform/Log.h"
@@ -28,79 +25,25 @@ Error fileError(const std::string& path, const std::string& why) {
   return Error::platform(platform::ErrorCode::FileReadCorruptFile, std::move(info));
 }
 
-// The file's bytes under the rules of every home file: no link is followed,
-// only a regular file is read (a FIFO without a writer must not block the
-// open), and never more than the limit. ENOENT when there is none.
-int readBounded(const std::string& path, std::size_t limit, std::string& contents) {
-  contents.clear();
-  const int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-  if (fd < 0) {
-    return errno;
+// Says in words why the home-file reader refused the file: its errors carry
+// the errno underneath, or the parser's reason in place of the path.
+Error describedReadError(const std::string& path, const Error& error) {
+  if (error.code() == platform::ErrorCode::FileReadCorruptFile) {
+    const auto reason = error.userInfo().find(std::string(platform::kFilePathErrorKey));
+    const std::string* text = reason != error.userInfo().end() ? reason->second.asString() : nullptr;
+    return fileError(path, text != nullptr ? *text : "not JSON");
   }
-  struct stat info {};
-  int error = 0;
-  if (::fstat(fd, &info) != 0) {
-    error = errno;
-  } else if (S_ISDIR(info.st_mode)) {
-    error = EISDIR;
-  } else if (!S_ISREG(info.st_mode)) {
-    error = ENODEV;
-  } else if (static_cast<std::uint64_t>(info.st_size) > limit) {
-    error = EFBIG;
+  const Error* underlying = error.underlyingError();
+  switch (underlying != nullptr ? underlying->code() : 0) {
+    case ENOENT:
+      return error;  // a missing file: callers tell it by the no-such-file code
+    case EINVAL:
+      return fileError(path, "a symbolic link or not a regular file; it is not read");
+    case EFBIG:
+      return fileError(path, "larger than " + std::to_string(HostCloudKeyValueStore::kFileLimit) + " bytes");
+    default:
+      return error;
   }
-  char buffer[16384];
-  // One byte past the limit tells a file that grew while it was read.
-  while (error == 0 && contents.size() <= limit) {
-    const ssize_t n = ::read(fd, buffer, sizeof buffer);
-    if (n < 0 && errno == EINTR) {
-      continue;
-    }
-    if (n < 0) {
-      error = errno;
-    } else if (n == 0) {
-      break;
-    } else {
-      contents.append(buffer, static_cast<std::size_t>(n));
-    }
-  }
-  if (error == 0 && contents.size() > limit) {
-    error = EFBIG;
-  }
-  ::close(fd);
-  if (error != 0) {
-    contents.clear();
-  }
-  return error;
-}
-
-// The deepest nesting of arrays and objects, counted without parsing (the
-// parser and every walk over its result recurse); stops early past `limit`.
-std::size_t nestingDepth(std::string_view text, std::size_t limit) {
-  std::size_t depth = 0;
-  std::size_t deepest = 0;
-  bool inString = false;
-  bool escaped = false;
-  for (const char c : text) {
-    if (inString) {
-      if (escaped) {
-        escaped = false;
-      } else if (c == '\\') {
-        escaped = true;
-      } else if (c == '"') {
-        inString = false;
-      }
-    } else if (c == '"') {
-      inString = true;
-    } else if (c == '[' || c == '{') {
-      deepest = std::max(deepest, ++depth);
-      if (deepest > limit) {
-        return deepest;
-      }
-    } else if ((c == ']' || c == '}') && depth > 0) {
-      --depth;
-    }
-  }
-  return deepest;
 }
 
 std::vector<std::string> changedKeys(const Value::Dictionary& before, const Value::Dictionary& after) {
@@ -127,28 +70,11 @@ std::string HostCloudKeyValueStore::filePath(const HomeLayout& layout) {
 }
 
 platform::Result<Value> HostCloudKeyValueStore::readJsonFile(const std::string& path) {
-  std::string text;
-  switch (const int error = readBounded(path, kFileLimit, text)) {
-    case 0:
-      break;
-    case ELOOP:
-      return fileError(path, "a symbolic link; it is not followed");
-    case EISDIR:
-    case ENODEV:
-      return fileError(path, "not a regular file");
-    case EFBIG:
-      return fileError(path, "larger than " + std::to_string(kFileLimit) + " bytes");
-    default:
-      return Error::fromErrno(error, path, false);
+  const auto json = readBoundedJsonFile(path, kFileLimit, kJsonDepthLimit);
+  if (!json.ok()) {
+    return describedReadError(path, json.error());
   }
-  if (nestingDepth(text, kJsonDepthLimit) > kJsonDepthLimit) {
-    return fileError(path, "nested deeper than " + std::to_string(kJsonDepthLimit) + " levels");
-  }
-  const auto json = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
-  if (json.is_discarded()) {
-    return fileError(path, "not JSON");
-  }
-  return fromJson(json);
+  return fromJson(json.value());
 }
 
 platform::Result<Value::Dictionary> HostCloudKeyValueStore::readValues(const std::string& path) {
@@ -180,6 +106,14 @@ std::optional<Error> HostCloudKeyValueStore::setValue(const std::string& path, c
   }
   const std::string text =
       toJson(Value(std::move(values))).dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+  // Never write a file that every reader would then refuse.
+  if (!parseBoundedJson(text, kJsonDepthLimit).ok()) {
+    Value::Dictionary info;
+    info.emplace(std::string(platform::kLocalizedDescriptionKey),
+                 Value("The values are nested deeper than " + std::to_string(kJsonDepthLimit) + " levels."));
+    info.emplace(std::string(platform::kFilePathErrorKey), Value(path));
+    return Error::platform(platform::ErrorCode::FileWriteUnknown, std::move(info));
+  }
   if (text.size() > kFileLimit) {
     Value::Dictionary info;
     info.emplace(std::string(platform::kLocalizedDescriptionKey),

@@ -11,10 +11,11 @@
 // changed (platform/CloudKeyValueStore.h). Changes are read one at a time,
 // in order.
 //
-// The file is the user's, so it is read as every home file is: a regular file
-// only (a link, FIFO, device or folder is refused without being opened
-// through), at most kFileLimit bytes, JSON nested at most kJsonDepthLimit
-// levels. A missing file is an empty store (removing it removes every value).
+// The file is the user's, so it is read as every home file is
+// (host/BoundedJsonFile.h): a regular file only (a link, FIFO, device or
+// folder is refused without blocking), at most kFileLimit bytes, JSON nested
+// at most kJsonDepthLimit levels. A missing file is an empty store (removing
+// it removes every value).
 // A file that cannot be read or is not a JSON object is logged (level 4) and
 // the values in force stay. objectForKey() is safe from any thread.
 
@@ -24,6 +25,7 @@
 #include <optional>
 #include <string>
 
+#include "host/BoundedJsonFile.h"
 #include "host/HomeFileWatcher.h"
 #include "host/HomeLayout.h"
 #include "platform/CloudKeyValueStore.h"
@@ -41,8 +43,8 @@ class HostCloudKeyValueStore final : public platform::CloudKeyValueStore,
  public:
   static constexpr const char* kFileName = "kvstore.json";
   // The real service keeps at most a megabyte per account.
-  static constexpr std::size_t kFileLimit = 1024 * 1024;
-  static constexpr std::size_t kJsonDepthLimit = 64;
+  static constexpr std::size_t kFileLimit = kDefaultJsonFileLimit;
+  static constexpr int kJsonDepthLimit = kDefaultJsonDepthLimit;
 
   // Reads the file once, without logging (the services are being wired);
   // nothing is watched and nothing is posted before start().
@@ -71,7 +73,8 @@ class HostCloudKeyValueStore final : public platform::CloudKeyValueStore,
   // What another device does: sets `key` to `value` (a null value removes
   // it), keeping the other keys, and writes the file atomically. Refused,
   // with nothing written, when the file in place cannot be read (it is not
-  // silently replaced) or when the values would not fit in kFileLimit.
+  // silently replaced) or when the values would not fit in kFileLimit or be
+  // nested deeper than kJsonDepthLimit.
   static std::optional<platform::Error> setValue(const std::string& path, const std::string& key,
                                                  const platform::Value& value);
 

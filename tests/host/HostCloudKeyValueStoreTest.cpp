@@ -133,7 +133,7 @@ TEST_F(HostCloudKeyValueStoreTest, BadFiles_AreRefusedAndKeepTheValuesInForce) {
        [](const std::string& p) {
          writeFileAtomically(p, "{\"k\": " + std::string(100'000, '[') + std::string(100'000, ']') + "}");
        },
-       "nested deeper"},
+       "nested too deeply"},
       {"text that is not JSON", [](const std::string& p) { writeFileAtomically(p, "{\"k\": "); }, "not JSON"},
       {"invalid UTF-8", [](const std::string& p) { writeFileAtomically(p, "{\"k\": \"\xff\xfe\"}"); }, "not JSON"},
       {"a list", [](const std::string& p) { writeFileAtomically(p, "[1, 2]"); }, "not a JSON object"},
@@ -242,6 +242,16 @@ TEST_F(HostCloudKeyValueStoreTest, SetValue_KeepsOtherKeysAndNeverReplacesWhatIt
   ASSERT_TRUE(tooLarge);
   EXPECT_EQ(tooLarge->code(), platform::ErrorCode::FileWriteOutOfSpace);
   EXPECT_EQ(HostCloudKeyValueStore::readValues(file()).value().count("big"), 0U);
+
+  // Values nested deeper than any reader takes are refused too.
+  Value deep(1);
+  for (int level = 0; level < HostCloudKeyValueStore::kJsonDepthLimit; ++level) {
+    deep = Value(Value::Array{deep});
+  }
+  const auto tooDeep = HostCloudKeyValueStore::setValue(file(), "deep", deep);
+  ASSERT_TRUE(tooDeep);
+  EXPECT_EQ(tooDeep->code(), platform::ErrorCode::FileWriteUnknown);
+  EXPECT_EQ(HostCloudKeyValueStore::readValues(file()).value().count("deep"), 0U);
 
   // A file that cannot be read is not silently replaced.
   write("not json");
