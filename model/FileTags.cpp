@@ -51,6 +51,16 @@ std::shared_ptr<const TagState> currentState() {
   return sharedState;
 }
 
+// The colour of one tag in a dictionary, without copying the map; nothing for
+// a tag the dictionary does not know.
+std::optional<ui::Color> colorForTag(const TagState& state, const std::string& tag) {
+  const auto found = state.colors.find(tag);
+  if (found == state.colors.end()) {
+    return std::nullopt;
+  }
+  return found->second;
+}
+
 ui::Color floatColor(float r, float g, float b, float a) {
   return ui::Color::rgba(r, g, b, a);
 }
@@ -121,22 +131,13 @@ std::vector<std::string> FileTags::allTags() {
   return currentState()->tags;
 }
 
-std::optional<ui::Color> FileTags::colorForTag(const std::string& tag) {
-  const auto state = currentState();
-  const auto found = state->colors.find(tag);
-  if (found == state->colors.end()) {
-    return std::nullopt;
-  }
-  return found->second;
-}
-
 std::shared_ptr<ui::Image> FileTags::blipWithTag(const std::optional<std::string>& tag, ui::Size imageSize,
                                                  double blipHeight, ui::Point offset) {
   if (!tag) {
     return nullptr;
   }
   // A tag the dictionary does not know has no colour: nothing shows.
-  const ui::Color color = colorForTag(*tag).value_or(ui::Color::clear());
+  const ui::Color color = colorForTag(*currentState(), *tag).value_or(ui::Color::clear());
   ui::GraphicsContext canvas(imageSize, 1.0);
   canvas.setFillColor(color);
   canvas.fill(ui::BezierPath::ovalInRect(ui::Rect(offset.x, offset.y, blipHeight, blipHeight)));
@@ -154,12 +155,15 @@ std::shared_ptr<ui::Image> FileTags::blipWithTags(const std::vector<std::string>
   // What the canvas can hold (it caps its pixels); blips past it are not drawn.
   const double visibleWidth = kLargestCanvasPixels / canvas.scale();
   const std::optional<ui::Color> white = ui::Color::whiteWithAlpha(1.0, 0.5);
+  // One dictionary for the whole row: a reload on the store's thread while
+  // the row is drawn must not give its blips colours of two dictionaries.
+  const auto state = currentState();
   double x = 0;
   for (const auto& tag : tags) {
     if (x >= visibleWidth) {
       break;
     }
-    const std::optional<ui::Color> color = colorForTag(tag);
+    const std::optional<ui::Color> color = colorForTag(*state, tag);
     auto circle = ui::BezierPath::ovalInRect(ui::Rect(x, 0, diameter, diameter).insetBy(0.5, 0.5));
     circle.setLineWidth(1.0);
     canvas.setFillColor(color.value_or(ui::Color::clear()));

@@ -65,14 +65,10 @@ class FileTags {
                                                 double blipHeight, ui::Point offset);
   // One image of overlapping blips, left to right in the tags' order, each
   // with a lighter rim: circles of ceil(height) points, half a height apart,
-  // at pixel scale `scale`. Null for no tags, or for a height that is not
+  // at pixel scale `scale`, all in the colours of one dictionary even when
+  // a reload runs meanwhile. Null for no tags, or for a height that is not
   // a positive finite number.
   static std::shared_ptr<ui::Image> blipWithTags(const std::vector<std::string>& tags, double height, double scale);
-
- private:
-  // The colour of one tag from the current dictionary, without copying it;
-  // nothing for a tag the dictionary does not know.
-  static std::optional<ui::Color> colorForTag(const std::string& tag);
 };
 
 }  // namespace velune
