@@ -140,5 +140,41 @@ TEST_F(FilenamePromptTest, Cancel_ClosesWithoutTheCallbackAndInvalidNamesNeverRe
   EXPECT_EQ(calls, 0);
 }
 
+// Names of 255 bytes in scripts of two, three and four bytes a character,
+// between blanks of other scripts (an ideographic space, a no-break space, a
+// line separator): the blanks go, and every byte of the name reaches the
+// callback, not cut inside a character.
+TEST_F(FilenamePromptTest, Done_HandsOverNamesOf255BytesInAnyScriptWhole) {
+  const auto ofLength255 = [](const std::string& unit) {
+    std::string name;
+    while (name.size() + unit.size() <= 255) {
+      name += unit;
+    }
+    return name + std::string(255 - name.size(), 'a');
+  };
+  std::vector<std::string> received;
+  const auto prompt = NewFolderPrompt::newWithTitle("New Folder", std::nullopt,
+                                                    [&](const std::string& name, bool& mayClose) {
+                                                      received.push_back(name);
+                                                      mayClose = false;
+                                                      return std::optional<std::string>();
+                                                    });
+  present(*prompt);
+  const std::vector<std::string> names = {ofLength255("\u6587"), ofLength255("\u0628"), ofLength255("\U0001F600"),
+                                          ofLength255("e\u0301"), ofLength255("\u0928\u092E\u0938\u094D")};
+  for (const auto& name : names) {
+    SCOPED_TRACE(name.substr(0, 12));
+    field(*prompt).typeText("\u3000\u00A0" + name + "\u2028 ");
+    EXPECT_FALSE(errorLine(*prompt));
+    EXPECT_TRUE(prompt->defaultAction()->isEnabled());
+    EXPECT_TRUE(prompt->alert()->tapAction(prompt->defaultAction()));
+    testing::runMainUntilIdle();
+    ASSERT_FALSE(received.empty());
+    EXPECT_EQ(received.back(), name);
+    EXPECT_TRUE(shown(*prompt));
+  }
+  EXPECT_EQ(received.size(), names.size());
+}
+
 }  // namespace
 }  // namespace velune

@@ -13,6 +13,7 @@
 #include "model/DRItem.h"
 #include "model/FileTags.h"
 #include "platform/DateFormatter.h"
+#include "platform/UTF8.h"
 #include "platform/ui/Image.h"
 #include "platform/ui/Label.h"
 #include "platform/ui/LayoutConstraint.h"
@@ -315,6 +316,58 @@ TEST_F(FileInfoStackViewTest, BadInput_StillGivesRows) {
     const auto rows = column(item, 320);
     EXPECT_EQ(rowNames(*rows).size(), 6U);
     EXPECT_LE(rows->frame().maxX(), 320 + 1e-9);
+  }
+}
+
+// Names of 255 bytes (the longest a folder or file may have) in scripts of
+// two, three and four bytes a character, with combining marks and without a
+// single space to break at, in a folder many levels deep: the "Where" row
+// keeps to its three lines inside the column, every line whole UTF-8, and
+// every row of the document is there.
+TEST_F(FileInfoStackViewTest, BadInput_NamesOf255BytesInAnyScriptStayInsideTheColumn) {
+  const auto ofLength255 = [](const std::string& unit) {
+    std::string name;
+    while (name.size() + unit.size() <= 255) {
+      name += unit;
+    }
+    return name + std::string(255 - name.size(), 'a');
+  };
+  const std::vector<std::string> names = {
+      ofLength255("文"),                      // CJK, three bytes
+      ofLength255("ب"),                      // Arabic, right to left, two bytes
+      ofLength255("😀"),                  // emoji, four bytes
+      ofLength255("नमस्"),    // Devanagari with a virama
+      ofLength255("é"),                     // a letter and a combining accent
+  };
+  std::string folder = home_.documents();
+  for (const auto& name : names) {
+    folder += "/" + name;
+  }
+  for (int level = 0; level < 40; ++level) {
+    folder += "/" + std::to_string(level);
+  }
+  home_.makeFolder(folder);
+  for (const auto& name : names) {
+    SCOPED_TRACE(name.substr(0, 12));
+    ASSERT_EQ(name.size(), 255U);
+    const std::string path = home_.writeDocument(folder + "/" + name, "text");
+    const auto item = DRItem::initWithURL(home_.url(path));
+    ASSERT_TRUE(item);
+    // Set on the record: the drive keeps tags in a sidecar ".NAME.vdattrs",
+    // whose name cannot be longer than 255 bytes either.
+    item->setTags(std::vector<std::string>{name, "Red"});
+    const auto rows = column(item, 320);
+    EXPECT_EQ(rowNames(*rows), (std::vector<std::string>{"Kind", "Size", "Where", "Created", "Modified", "Tags"}));
+    const auto where = std::static_pointer_cast<ui::Label>(rows->findByIdentifier("info.where.value"));
+    EXPECT_EQ(where->displayedText().lines.size(), 3U);
+    EXPECT_TRUE(where->displayedText().truncated);
+    for (const auto& line : where->displayedText().lines) {
+      EXPECT_TRUE(platform::isValidUTF8(line)) << line;
+      EXPECT_LE(FileInfoCell::font().widthOfText(line), where->frame().width() + 1e-6) << line;
+    }
+    for (const auto& view : rows->arrangedSubviews()) {
+      EXPECT_LE(view->frame().maxX(), 320 + 1e-9);
+    }
   }
 }
 
