@@ -1,9 +1,10 @@
-// What the details page costs a person: reloading the user's tag dictionary
-// when another device changes it (10,000 tags), drawing a row of 20 tag
-// blips, and laying out the details page after the device turns. Each has an
-// anchor measured in the same run: the least any reload must do (taking the
-// names and numbers out of the same values), cairo filling the same 20
-// circles with fixed colours, and the same page laid out from nothing.
+// What an item's tag colours cost a person: reloading the user's tag
+// dictionary when another device changes it (10,000 tags, from memory and
+// from kvstore.json) and drawing a row of 20 tag blips. Each has an anchor
+// measured in the same run: the least any reload must do (taking the names
+// and numbers out of the same values, parsing the same file), and cairo
+// filling the same 20 circles with fixed colours. The details page itself
+// (and so its layout after a rotation) is not built, so it is not measured.
 //
 //   cmake --preset bench && cmake --build --preset bench --target velune_details_bench
 //   build/bench/bench/velune_details_bench
