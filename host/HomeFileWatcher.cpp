@@ -65,11 +65,8 @@ struct HomeFileWatcher::Core {
   bool watchLoop();
   void pollLoop();
   void run(bool watching) {
-    if (watching) {
-      if (!watchLoop()) {
-        return;
-      }
-      last = signatureOf(path());
+    if (watching && !watchLoop()) {
+      return;
     }
     polling = true;
     pollLoop();
@@ -81,8 +78,9 @@ struct HomeFileWatcher::Core {
   int inotifyFd = -1;
   int stopFd = -1;
   std::atomic<bool> polling{false};
-  // What polling compares with: taken before start() returns, so that a
-  // change made right after it is not taken for the starting state.
+  // What polling compares with: taken before start() returns, and before
+  // the last read of a watch that ends, so that a change made right after
+  // either is not taken for the starting state.
   FileSignature last;
 };
 
@@ -148,6 +146,8 @@ bool HomeFileWatcher::Core::watchLoop() {
       }
       PLATFORM_LOG(kLogWarning, "Stopped hearing changes of %@ (%@); polling it instead", path(),
                    std::strerror(errno));
+      last = signatureOf(path());
+      changed();
       return true;
     }
     if ((fds[0].revents & POLLIN) != 0) {
@@ -175,12 +175,16 @@ bool HomeFileWatcher::Core::watchLoop() {
         }
       }
     }
-    if (fileTouched || folderGone) {
-      changed();
-    }
     if (folderGone) {
+      // Polling goes on from the state before this read: a file made in a new
+      // folder while the receiver reads is then a change polling sees.
+      last = signatureOf(path());
+      changed();
       PLATFORM_LOG(kLogWarning, "%@ was moved or removed; polling %@ instead", folder, name);
       return true;
+    }
+    if (fileTouched) {
+      changed();
     }
   }
 }
