@@ -1,8 +1,11 @@
 #include "host/DeviceConfiguration.h"
 
+#include <cerrno>
 #include <nlohmann/json.hpp>
 
 #include "host/FileIO.h"
+#include "host/HomeFileReader.h"
+#include "host/HomeJson.h"
 
 namespace velune::host {
 
@@ -37,16 +40,22 @@ DeviceConfiguration DeviceConfiguration::read(const std::string& path, std::vect
       problems->push_back(std::move(text));
     }
   };
-  const auto contents = readWholeFile(path);
-  if (!contents.ok()) {
-    if (contents.error().code() == platform::ErrorCode::FileReadNoSuchFile) {
+  std::string contents;
+  if (const int error = readHomeFile(path, kSettingsFileLimit, contents)) {
+    if (error == ENOENT) {
       return DeviceConfiguration();  // no file: a new device with the defaults
     }
-    note("device.json cannot be read: " +
-         contents.error().localizedDescription().value_or(contents.error().description()));
+    const auto why = homeFileError(error, path);
+    note("device.json cannot be read: " + why.localizedDescription().value_or(why.description()));
     return config;
   }
-  const auto json = nlohmann::json::parse(contents.value(), nullptr, /*allow_exceptions=*/false);
+  bool tooDeep = false;
+  const auto json = parseHomeJson(contents, &tooDeep);
+  if (tooDeep) {
+    note("device.json nests deeper than " + std::to_string(kHomeJsonMaximumDepth) +
+         " levels; its settings are not used");
+    return config;
+  }
   if (!json.is_object()) {
     note("device.json is not a JSON object; its settings are not used");
     return config;
@@ -121,7 +130,7 @@ std::string DeviceConfiguration::text() const {
   json["screen"] = {{"width", screenWidth}, {"height", screenHeight}, {"scale", screenScale}};
   json["quotaTotalBytes"] = quotaTotalBytes;
   json["downloadBytesPerSecond"] = downloadBytesPerSecond;
-  return json.dump(2) + "\n";
+  return homeJsonText(json);
 }
 
 std::optional<platform::Error> DeviceConfiguration::write(const std::string& path) const {

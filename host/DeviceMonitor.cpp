@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "platform/Log.h"
+#include "host/HomeFileReader.h"
+#include "host/HomeJson.h"
 #include "host/FileIO.h"
 
 namespace velune::host {
@@ -316,14 +318,16 @@ void DeviceMonitor::removeListener(ListenerId id) {
 }
 
 std::optional<ApplicationState> DeviceMonitor::readApplicationState(const std::string& path, std::string* problem) {
-  const auto contents = readWholeFile(path);
-  if (!contents.ok()) {
-    if (contents.error().code() != platform::ErrorCode::FileReadNoSuchFile && problem != nullptr) {
-      *problem = std::string(kApplicationStateFileName) + " cannot be read: " + contents.error().description();
+  std::string contents;
+  if (const int error = readHomeFile(path, kSettingsFileLimit, contents)) {
+    if (error != ENOENT && problem != nullptr) {
+      const auto why = homeFileError(error, path);
+      *problem = std::string(kApplicationStateFileName) +
+                 " cannot be read: " + why.localizedDescription().value_or(why.description());
     }
     return std::nullopt;
   }
-  const auto json = nlohmann::json::parse(contents.value(), nullptr, /*allow_exceptions=*/false);
+  const auto json = parseHomeJson(contents);
   if (json.is_object()) {
     const auto state = json.find("state");
     if (state != json.end() && *state == "active") {
@@ -343,7 +347,7 @@ std::optional<ApplicationState> DeviceMonitor::readApplicationState(const std::s
 std::optional<platform::Error> DeviceMonitor::writeApplicationState(const std::string& path, ApplicationState state) {
   nlohmann::json json;
   json["state"] = state == ApplicationState::Active ? "active" : "background";
-  return writeFileAtomically(path, json.dump(2) + "\n");
+  return writeFileAtomically(path, homeJsonText(json));
 }
 
 }  // namespace velune::host

@@ -8,6 +8,8 @@
 
 #include "host/DeviceConfiguration.h"
 #include "host/FileIO.h"
+#include "host/HomeFileReader.h"
+#include "host/HomeJson.h"
 
 namespace velune::host {
 
@@ -16,7 +18,9 @@ namespace {
 // Holds an exclusive flock for its lifetime.
 class LockFile {
  public:
-  explicit LockFile(const std::string& path) : fd_(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644)) {
+  // Not through a link: the lock file must not create or lock a file elsewhere.
+  explicit LockFile(const std::string& path)
+      : fd_(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644)) {
     if (fd_ < 0) {
       error_ = errno;
       return;
@@ -55,9 +59,9 @@ std::optional<platform::Error> DeviceSettingsEditor::set(const HomeLayout& layou
   }
 
   nlohmann::ordered_json settings;
-  const auto contents = readWholeFile(path);
+  const auto contents = readHomeFile(path, kSettingsFileLimit);
   if (contents.ok()) {
-    settings = nlohmann::ordered_json::parse(contents.value(), nullptr, /*allow_exceptions=*/false);
+    settings = parseHomeOrderedJson(contents.value());
     if (!settings.is_object()) {
       // Copied, not moved: the file is never missing, so a running app does
       // not fall back to the default device for a moment.
@@ -71,6 +75,8 @@ std::optional<platform::Error> DeviceSettingsEditor::set(const HomeLayout& layou
       settings = nullptr;
     }
   } else if (contents.error().code() != platform::ErrorCode::FileReadNoSuchFile) {
+    // A link, a FIFO, a folder or a huge file: never followed, waited on or
+    // copied; the user removes it.
     return contents.error();
   }
   if (settings.is_null()) {
@@ -79,7 +85,7 @@ std::optional<platform::Error> DeviceSettingsEditor::set(const HomeLayout& layou
   }
   settings[key] = value;
   // Text from a command line may not be UTF-8: replaced, never thrown on.
-  return writeFileAtomically(path, settings.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
+  return writeFileAtomically(path, homeJsonText(settings));
 }
 
 }  // namespace velune::host

@@ -2,7 +2,10 @@
 
 #include <sys/stat.h>
 
+#include <unistd.h>
+
 #include <cstdlib>
+#include <vector>
 
 #include "host/FileIO.h"
 
@@ -27,6 +30,40 @@ std::optional<platform::Error> HomeLayout::ensureSkeleton() const {
     }
   }
   return std::nullopt;
+}
+
+std::string HomeLayout::absoluteHome(const std::string& path) {
+  std::string joined = path;
+  if (path.empty() || path.front() != '/') {
+    char* current = ::getcwd(nullptr, 0);
+    if (current == nullptr) {
+      return path;
+    }
+    joined = std::string(current) + "/" + path;
+    std::free(current);
+  }
+  std::vector<std::string> parts;
+  size_t start = 0;
+  while (start <= joined.size()) {
+    size_t end = joined.find('/', start);
+    if (end == std::string::npos) {
+      end = joined.size();
+    }
+    const std::string part = joined.substr(start, end - start);
+    if (part == "..") {
+      if (!parts.empty()) {
+        parts.pop_back();
+      }
+    } else if (!part.empty() && part != ".") {
+      parts.push_back(part);
+    }
+    start = end + 1;
+  }
+  std::string out;
+  for (const auto& part : parts) {
+    out += "/" + part;
+  }
+  return out.empty() ? "/" : out;
 }
 
 std::string HomeLayout::defaultDemoHome() {

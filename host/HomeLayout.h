@@ -42,6 +42,11 @@ class HomeLayout {
 
   // $XDG_DATA_HOME/velunedrive/demo-home, or ~/.local/share/velunedrive/demo-home.
   static std::string defaultDemoHome();
+  // A --home as given on a command line, made absolute against the current
+  // folder ("phone" → "/where/you/are/phone"; ".", ".." and repeated slashes
+  // resolved by name): every path of the home is then absolute, as the
+  // drive's checks need. Unchanged when the current folder cannot be read.
+  static std::string absoluteHome(const std::string& path);
 
  private:
   std::string root_;

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <vector>
 
+#include "host/drive/DrivePaths.h"
 #include "platform/Log.h"
 #include "platform/DispatchQueue.h"
 #include "platform/Localization.h"
@@ -46,7 +47,9 @@ std::optional<Error> addFolder(int fd, const std::string& path, std::uint64_t& t
       break;
     }
     const std::string_view name = entry->d_name;
-    if (name == "." || name == "..") {
+    // Temporary files are no one's documents: a copy in progress, or what a
+    // killed process left until the next start removes it.
+    if (name == "." || name == ".." || isTemporaryName(name)) {
       continue;
     }
     const std::string childPath = path + "/" + std::string(name);

@@ -1,8 +1,11 @@
 #include "host/JsonPreferencesStore.h"
 
+#include <cerrno>
 #include <cstdio>
 
 #include "host/FileIO.h"
+#include "host/HomeFileReader.h"
+#include "host/HomeJson.h"
 #include "host/JsonValue.h"
 
 namespace velune::host {
@@ -16,17 +19,20 @@ JsonPreferencesStore::JsonPreferencesStore(std::string path, Value::Dictionary a
 }
 
 void JsonPreferencesStore::loadLocked() {
-  auto contents = readWholeFile(path_);
-  if (!contents.ok()) {
-    // Missing or unreadable: an empty domain (what another process removed is gone).
+  std::string contents;
+  const int error = readHomeFile(path_, kSettingsFileLimit, contents);
+  if (error == ENOENT) {
+    // Missing: an empty domain (what another process removed is gone).
     values_.clear();
     corruptOnDisk_ = false;
     return;
   }
-  const auto json = nlohmann::json::parse(contents.value(), nullptr, /*allow_exceptions=*/false);
+  // Unreadable (no permission, a link, a FIFO, too large), not JSON or nested
+  // too deep: empty, and kept aside before the first write replaces it.
+  const auto json = error == 0 ? parseHomeJson(contents) : nlohmann::json();
   if (!json.is_object()) {
     values_.clear();
-    corruptOnDisk_ = !contents.value().empty();
+    corruptOnDisk_ = error != 0 || !contents.empty();
     return;
   }
   corruptOnDisk_ = false;
@@ -40,7 +46,7 @@ bool JsonPreferencesStore::writeLocked() {
     std::rename(path_.c_str(), (path_ + ".corrupt").c_str());
     corruptOnDisk_ = false;
   }
-  const std::string text = toJson(Value(values_)).dump(2) + "\n";
+  const std::string text = homeJsonText(toJson(Value(values_)));
   if (writeFileAtomically(path_, text)) {
     dirty_ = true;
     return false;
@@ -89,7 +95,7 @@ Value::Dictionary JsonPreferencesStore::argumentDomain(int argc, char** argv) {
       continue;
     }
     const std::string text = argv[i + 1];
-    const auto json = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
+    const auto json = parseHomeJson(text);
     if (json.is_number() || json.is_boolean()) {
       domain.insert_or_assign(std::string(key.substr(1)), fromJson(json));
     } else {

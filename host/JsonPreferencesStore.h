@@ -2,8 +2,10 @@
 // JsonPreferencesStore: a preferences domain kept as one JSON object in a
 // file (see PreferencesStore for the write and synchronise rules).
 //
-// A file that is not a JSON object is read as empty and, before the first
-// write replaces it, moved aside to "<file>.corrupt" so nothing is lost.
+// A file that is not a JSON object (or that cannot be read: no permission, a
+// link, a FIFO, above kSettingsFileLimit, nested too deep) is read as empty
+// and, before the first write replaces it, moved aside to "<file>.corrupt"
+// so nothing is lost.
 // Never logs: the log client reads its level through this store.
 
 #include <mutex>

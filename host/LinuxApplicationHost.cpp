@@ -28,6 +28,8 @@ sigset_t terminationSignals() {
   sigemptyset(&set);
   sigaddset(&set, SIGINT);
   sigaddset(&set, SIGTERM);
+  // A closed terminal ends the application like TERM: cleanly, log flushed.
+  sigaddset(&set, SIGHUP);
   return set;
 }
 }  // namespace

@@ -1,8 +1,8 @@
 #pragma once
 // LinuxApplicationHost: the application object of the simulated phone. It
 // makes the delegate, tells it that launching finishes, posts the
-// became-active notification, and runs the main run loop until SIGINT or
-// SIGTERM (or terminate()), then flushes the log and returns 0.
+// became-active notification, and runs the main run loop until SIGINT,
+// SIGTERM or SIGHUP (or terminate()), then flushes the log and returns 0.
 //
 // While it runs, setActive() moves the application between the foreground
 // and the background (`vdtool app background|foreground` through the home's
@@ -44,8 +44,9 @@ class LinuxApplicationHost final : public platform::ApplicationHost,
           const std::string& delegateClassName) override;
   void terminate() override;
 
-  // Blocks SIGINT and SIGTERM in the calling thread and every thread it makes
-  // later, so that one watcher thread receives them. Call first in main().
+  // Blocks SIGINT, SIGTERM and SIGHUP in the calling thread and every thread
+  // it makes later, so that one watcher thread receives them. Call first in
+  // main().
   static void blockTerminationSignals();
 
   // Any thread: the change happens on the main thread, in the order asked.

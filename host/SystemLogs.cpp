@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "host/FileIO.h"
+#include "host/MemorySystemLog.h"
 #include "platform/PercentEncoding.h"
 #include "platform/UTF8.h"
 
@@ -120,9 +121,20 @@ JsonLinesSystemLog::JsonLinesSystemLog(std::string path) : path_(std::move(path)
   if (slash != std::string::npos && slash > 0) {
     makeDirectories(path_.substr(0, slash));
   }
-  fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+  // A link is not followed out of the home, and a FIFO does not block the
+  // start: only a regular file (or a character device such as /dev/null) is
+  // written; anything else loses the records and says so once.
+  fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644);
   if (fd_ < 0) {
     openError_ = errno;
+    return;
+  }
+  struct stat info {};
+  if (::fstat(fd_, &info) != 0 || !(S_ISREG(info.st_mode) || S_ISCHR(info.st_mode)) ||
+      ::fcntl(fd_, F_SETFL, O_APPEND) != 0) {
+    openError_ = ENODEV;
+    ::close(fd_);
+    fd_ = -1;
   }
 }
 
@@ -256,6 +268,8 @@ const char* systemLogKindName(SystemLogKind kind) {
       return "syslog";
     case SystemLogKind::File:
       return "file";
+    case SystemLogKind::Memory:
+      return "memory";
   }
   return "file";
 }
@@ -269,6 +283,8 @@ std::shared_ptr<platform::SystemLog> makeSystemLog(SystemLogKind kind, const std
       return std::make_shared<JournalSystemLog>();
     case SystemLogKind::Syslog:
       return std::make_shared<SyslogSystemLog>();
+    case SystemLogKind::Memory:
+      return std::make_shared<MemorySystemLog>();
     default:
       return std::make_shared<JsonLinesSystemLog>(filePath);
   }

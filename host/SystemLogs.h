@@ -20,7 +20,9 @@
 
 namespace velune::host {
 
-enum class SystemLogKind { Automatic, Journal, Syslog, File };
+// Memory: kept in the process only (a tool asked about a home that does not
+// exist writes no log file into it).
+enum class SystemLogKind { Automatic, Journal, Syslog, File, Memory };
 
 // Automatic: the journal when its socket exists (and the build has libsystemd),
 // else syslog when /dev/log exists, else the file.

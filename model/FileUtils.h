@@ -61,7 +61,10 @@ class FileUtils {
   static std::optional<platform::Error> remove(const platform::URL& url);
   // Moves (or renames) the item to its full new URL `destination`; a taken
   // destination gives the first free variant of its name. Never replaces.
-  static std::optional<platform::Error> move(const platform::URL& source, const platform::URL& destination);
+  // `movedTo`, when given, receives where the item is now after a success
+  // (the variant the move used; `source` for a move onto itself).
+  static std::optional<platform::Error> move(const platform::URL& source, const platform::URL& destination,
+                                             platform::URL* movedTo = nullptr);
   static platform::URL generateUniquePath(const platform::URL& url);
   // The first free variant "stem N.ext" (N = 2, 3, ...) of the name in the
   // folder; nothing when the name itself is free.

@@ -69,11 +69,14 @@ std::optional<Error> FileUtils::remove(const URL& url) {
   return error;
 }
 
-std::optional<Error> FileUtils::move(const URL& source, const URL& destinationURL) {
+std::optional<Error> FileUtils::move(const URL& source, const URL& destinationURL, URL* movedTo) {
   DRLOG(kLogDebug, "Moving src1:  '%@'", source);
   DRLOG(kLogDebug, "Moving dest1: '%@'", destinationURL);
   if (source.path() == destinationURL.path()) {
     DRLOG(kLogDebug, "Move: src and dest are the same");
+    if (movedTo != nullptr) {
+      *movedTo = source;
+    }
     return std::nullopt;
   }
   if (!exists(source)) {
@@ -93,6 +96,7 @@ std::optional<Error> FileUtils::move(const URL& source, const URL& destinationUR
     DRLOG(kLogDebug, "Avail  dest1: '%@'", destination);
   }
   std::optional<Error> accessorError;
+  URL moved = destination;
   auto coordinator = VELUNE_SERVICE(fileCoordination)->makeCoordinator();
   auto error = coordinator->coordinateWritingItemAtURL(
       source, platform::kWritingForMoving, destination, platform::kWritingForReplacing,
@@ -105,6 +109,7 @@ std::optional<Error> FileUtils::move(const URL& source, const URL& destinationUR
           accessorError = std::move(failed);
         } else {
           DRLOG(kLogInfo, "Move successful");
+          moved = newDestination;
         }
       });
   if (!error) {
@@ -112,6 +117,8 @@ std::optional<Error> FileUtils::move(const URL& source, const URL& destinationUR
   }
   if (error) {
     DRLOG(kLogWarning, "Move failed: %@", *error);
+  } else if (movedTo != nullptr) {
+    *movedTo = moved;
   }
   return error;
 }

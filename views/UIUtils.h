@@ -32,7 +32,9 @@ class UIUtils {
 
   // Renames the item to `name`, keeping its extension; a taken name gives the
   // first free variant. Error 514 for an empty or invalid name.
-  static std::optional<platform::Error> renameItemAtURL(const platform::URL& url, const std::string& name);
+  // `renamedTo`, when given, receives where the item is after a success.
+  static std::optional<platform::Error> renameItemAtURL(const platform::URL& url, const std::string& name,
+                                                        platform::URL* renamedTo = nullptr);
   // The URL the item would get with the new base name.
   static platform::URL computeNewURL(const platform::URL& url, const std::string& newBasename);
 

@@ -11,7 +11,7 @@ namespace velune {
 using platform::Error;
 using platform::URL;
 
-std::optional<Error> UIUtils::renameItemAtURL(const URL& url, const std::string& name) {
+std::optional<Error> UIUtils::renameItemAtURL(const URL& url, const std::string& name, URL* renamedTo) {
   if (name.empty()) {
     DRLOG(kLogDebug, "Rename: empty, reverting");
     return Error::platform(platform::ErrorCode::FileWriteInvalidFileName);
@@ -30,9 +30,12 @@ std::optional<Error> UIUtils::renameItemAtURL(const URL& url, const std::string&
   const URL renamed = computeNewURL(target, name);
   if (target == renamed) {
     DRLOG(kLogDebug, "Rename: Old and new URLs are the same: %@ - %@", target, renamed);
+    if (renamedTo != nullptr) {
+      *renamedTo = target;
+    }
     return std::nullopt;
   }
-  return FileUtils::move(target, renamed);
+  return FileUtils::move(target, renamed, renamedTo);
 }
 
 URL UIUtils::computeNewURL(const URL& url, const std::string& newBasename) {

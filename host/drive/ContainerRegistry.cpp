@@ -7,7 +7,8 @@
 #include <set>
 
 #include "platform/Log.h"
-#include "host/FileIO.h"
+#include "host/HomeFileReader.h"
+#include "host/HomeJson.h"
 #include "host/JsonValue.h"
 #include "host/drive/FileOperations.h"
 #include "platform/SyncContainer.h"
@@ -57,7 +58,8 @@ std::vector<ContainerDeclaration> ContainerRegistry::parse(const std::string& te
     }
   };
   std::vector<ContainerDeclaration> out;
-  const auto json = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
+  bool tooDeep = false;
+  const auto json = parseHomeJson(text, &tooDeep);
   const nlohmann::json* list = nullptr;
   if (json.is_object() && json.contains("containers")) {
     list = &json["containers"];
@@ -65,7 +67,9 @@ std::vector<ContainerDeclaration> ContainerRegistry::parse(const std::string& te
     list = &json;
   }
   if (list == nullptr || !list->is_array()) {
-    problem("containers.json is not a list of containers; only the folders of the drive are used");
+    problem(tooDeep ? "containers.json nests deeper than " + std::to_string(kHomeJsonMaximumDepth) +
+                          " levels; only the folders of the drive are used"
+                    : "containers.json is not a list of containers; only the folders of the drive are used");
     return out;
   }
   std::set<std::string> seen;
@@ -114,11 +118,12 @@ void ContainerRegistry::reloadIfChanged() {
   std::vector<std::string> problems;
   std::vector<ContainerDeclaration> declared;
   if (file.exists) {
-    auto text = readWholeFile(path_);
+    auto text = readHomeFile(path_, kSettingsFileLimit);
     if (text.ok()) {
       declared = parse(text.value(), &problems);
     } else {
-      problems.push_back("cannot read containers.json: " + text.error().description());
+      problems.push_back("cannot read containers.json: " +
+                         text.error().localizedDescription().value_or(text.error().description()));
     }
   }
   // Log each problem once per version of the file, not at every lookup.

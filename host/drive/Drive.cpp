@@ -12,10 +12,13 @@
 #include <nlohmann/json.hpp>
 #include <unordered_map>
 
-#include "platform/Log.h"
-#include "host/FileIO.h"
+#include "host/HomeFileReader.h"
+#include "host/HomeJson.h"
+#include "host/drive/BeneathPath.h"
 #include "host/drive/DrivePaths.h"
 #include "host/drive/ReadScope.h"
+#include "host/drive/TemporaryNames.h"
+#include "platform/Log.h"
 #include "platform/Localization.h"
 #include "platform/Unicode.h"
 
@@ -28,7 +31,6 @@ using platform::Value;
 namespace {
 
 constexpr std::string_view kDocumentsFolderName = "Documents";
-constexpr size_t kMaximumReferenceSize = 64 * 1024;
 
 bool lexists(const std::string& path) {
   struct stat info {};
@@ -67,6 +69,11 @@ struct ForgetReads {
 }  // namespace
 
 Error driveWriteError(int errorNumber, const std::string& path) {
+  if (errorNumber == EXDEV) {
+    // What FileOperations gives when a folder of the path leads out of its root.
+    return driveError(ErrorCode::FileWriteNoPermission, path,
+                      platform::localizedFormat("“%@” is outside Velune Drive.", splitParent(path).second));
+  }
   return Error::fromErrno(errorNumber, path, true);
 }
 
@@ -81,7 +88,8 @@ Error driveError(std::int64_t code, const std::string& path, const std::string& 
 
 Drive::Drive(const HomeLayout& layout)
     : root_(normal(layout.mobileDocuments()).value_or(layout.mobileDocuments())),
-      cloudRoot_(normal(layout.cloud()).value_or(layout.cloud())) {}
+      cloudRoot_(normal(layout.cloud()).value_or(layout.cloud())),
+      operations_(std::vector<std::string>{root_, cloudRoot_}) {}
 
 std::optional<std::string> Drive::normal(std::string_view path) {
   return lexicallyNormal(path);
@@ -143,6 +151,31 @@ std::optional<Error> Drive::checkPhysicallyInside(const std::string& path) const
   return std::nullopt;
 }
 
+std::optional<Error> Drive::checkCloudFolderInside(const std::string& relativeFolder, const std::string& path) const {
+  const UniqueFd cloudRoot(::open(cloudRoot_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (!cloudRoot.valid()) {
+    return std::nullopt;  // no server side yet: nothing on it leads anywhere
+  }
+  // The deepest folder of the server's side that exists decides, as on the phone.
+  std::string folder = relativeFolder;
+  while (true) {
+    const int fd = openBeneath(cloudRoot.get(), folder, O_PATH | O_DIRECTORY);
+    if (fd >= 0) {
+      ::close(fd);
+      return std::nullopt;
+    }
+    if (isOutsideRootError(-fd)) {
+      return driveError(ErrorCode::FileWriteNoPermission, path,
+                        platform::localizedFormat("“%@” is outside Velune Drive.", splitParent(path).second));
+    }
+    if (-fd != ENOENT || folder.empty()) {
+      return driveWriteError(-fd, path);
+    }
+    const size_t slash = folder.rfind('/');
+    folder = slash == std::string::npos ? std::string() : folder.substr(0, slash);
+  }
+}
+
 std::optional<Error> Drive::checkChangeablePath(const std::string& path, bool creating) const {
   const auto relative = relativeTo(path, root_);
   if (!relative) {
@@ -156,7 +189,12 @@ std::optional<Error> Drive::checkChangeablePath(const std::string& path, bool cr
                       creating ? platform::localized("Items can only be made inside a container’s documents.")
                                : platform::localized("A container’s own folders can’t be moved, renamed or removed."));
   }
-  return checkPhysicallyInside(path);
+  if (auto outside = checkPhysicallyInside(path)) {
+    return outside;
+  }
+  // Every change reaches the server's copy too: its folders must not lead
+  // outside the cloud side either.
+  return checkCloudFolderInside(splitParent("/" + *relative).first.substr(1), path);
 }
 
 Drive::ItemState Drive::stateOf(const std::string& path) const {
@@ -177,7 +215,7 @@ platform::Result<PlaceholderMetadata> Drive::readPlaceholder(const std::string& 
     return driveWriteError(ENOENT, logicalPath);  // the no-such-file code of the resource values
   }
   if (file.error != 0) {
-    return Error::fromErrno(file.error, placeholder, false);
+    return homeFileError(file.error, placeholder);
   }
   return PlaceholderMetadata::parse(file.contents, placeholder, problems);
 }
@@ -198,7 +236,7 @@ platform::Result<ItemAttributes> Drive::readAttributes(const std::string& path) 
         return ItemAttributes{};
       }
       if (file.error != 0) {
-        return Error::fromErrno(file.error, sidecar, false);
+        return homeFileError(file.error, sidecar);
       }
       return ItemAttributes::parse(file.contents, sidecar, nullptr);
     }
@@ -255,9 +293,28 @@ platform::URL Drive::itemURL(const std::string& path) const {
 }
 
 platform::Result<std::vector<Drive::Entry>> Drive::contentsOfFolder(const std::string& path, bool includeHidden) const {
-  DIR* folder = ::opendir(path.c_str());
+  // A folder of the drive is opened below the drive's root: one that is (or
+  // lies behind) a link leading outside is refused, as every change is.
+  int fd = -1;
+  if (const auto relative = relativeTo(path, root_)) {
+    const UniqueFd rootFd(::open(root_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    fd = rootFd.valid() ? openBeneath(rootFd.get(), *relative, O_RDONLY | O_DIRECTORY) : -errno;
+    if (fd < 0 && isOutsideRootError(-fd)) {
+      return driveError(ErrorCode::FileReadNoPermission, path,
+                        platform::localizedFormat("“%@” is outside Velune Drive.", splitParent(path).second));
+    }
+  } else {
+    fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    fd = fd >= 0 ? fd : -errno;
+  }
+  if (fd < 0) {
+    return Error::fromErrno(-fd, path, false);
+  }
+  DIR* folder = ::fdopendir(fd);
   if (folder == nullptr) {
-    return Error::fromErrno(errno, path, false);
+    const int error = errno;
+    ::close(fd);
+    return Error::fromErrno(error, path, false);
   }
   // Names with the folder's own d_type, which spares a stat per entry.
   std::vector<std::pair<std::string, unsigned char>> found;
@@ -461,7 +518,8 @@ std::optional<Error> Drive::removeItem(const std::string& rawPath) {
     return error;
   }
   const std::string cloudItem = cloudPath(*relative);
-  if (lexists(cloudItem)) {
+  struct stat cloudInfo {};
+  if (operations_.statItem(cloudItem, cloudInfo) == 0) {
     if (const int error = operations_.removeTree(cloudItem)) {
       PLATFORM_LOG(kLogWarning, "Deleted %@ here but not on the server: %@", path, driveWriteError(error, cloudItem));
       return driveWriteError(error, path);
@@ -520,7 +578,8 @@ std::optional<Error> Drive::moveLocal(const std::string& from, const std::string
 std::optional<Error> Drive::mirrorMove(const std::string& fromRelative, const std::string& toRelative) {
   const std::string cloudFrom = cloudPath(fromRelative);
   const std::string cloudTo = cloudPath(toRelative);
-  if (!lexists(cloudFrom)) {
+  struct stat cloudInfo {};
+  if (operations_.statItem(cloudFrom, cloudInfo) != 0) {
     return std::nullopt;  // never uploaded: nothing to move on the server
   }
   if (const int error = operations_.makeDirectories(splitParent(cloudTo).first)) {
@@ -629,7 +688,7 @@ std::optional<Error> Drive::evictItem(const std::string& rawPath) {
   const std::string cloudItem = cloudPath(*relative);
   struct stat cloudInfo {};
   const bool cloudCurrent =
-      ::lstat(cloudItem.c_str(), &cloudInfo) == 0 && !isFolder && cloudInfo.st_size == info.st_size &&
+      operations_.statItem(cloudItem, cloudInfo) == 0 && S_ISREG(cloudInfo.st_mode) && !isFolder && cloudInfo.st_size == info.st_size &&
       (cloudInfo.st_mtim.tv_sec > info.st_mtim.tv_sec ||
        (cloudInfo.st_mtim.tv_sec == info.st_mtim.tv_sec && cloudInfo.st_mtim.tv_nsec >= info.st_mtim.tv_nsec));
   if (!cloudCurrent) {
@@ -663,6 +722,9 @@ std::optional<Error> Drive::deleteContainerContents(const std::string& container
   if (!entries.ok()) {
     return entries.error();
   }
+  if (auto outside = checkCloudFolderInside(relativeDocuments, documents)) {
+    return outside;
+  }
   std::lock_guard lock(mutex_);
   for (const auto& entry : entries.value()) {
     if (auto error = removeLocal(entry.path)) {
@@ -695,26 +757,22 @@ std::optional<Error> Drive::writeDocumentReference(const std::string& referenceP
   if (isNameTaken(referencePath)) {
     return driveWriteError(EEXIST, referencePath);
   }
-  if (const int error = operations_.writeFile(referencePath, reference.dump(2) + "\n", /*replace=*/false)) {
+  if (const int error = operations_.writeFile(referencePath, homeJsonText(reference), /*replace=*/false)) {
     return driveWriteError(error, referencePath);
   }
   return std::nullopt;
 }
 
 platform::Result<std::string> Drive::documentReferenceTarget(const std::string& referencePath) const {
-  struct stat info {};
-  if (::stat(referencePath.c_str(), &info) != 0) {
-    return Error::fromErrno(errno, referencePath, false);
-  }
-  if (!S_ISREG(info.st_mode) || static_cast<size_t>(info.st_size) > kMaximumReferenceSize) {
+  std::string text;
+  if (const int error = readHomeFile(referencePath, kItemMetadataFileLimit, text)) {
+    if (error == ENOENT || error == ENOTDIR || error == EACCES) {
+      return Error::fromErrno(error, referencePath, false);
+    }
     return Error::platform(ErrorCode::FileReadCorruptFile,
                            {{std::string(platform::kFilePathErrorKey), Value(referencePath)}});
   }
-  auto text = readWholeFile(referencePath);
-  if (!text.ok()) {
-    return text.error();
-  }
-  const auto json = nlohmann::json::parse(text.value(), nullptr, /*allow_exceptions=*/false);
+  const auto json = parseHomeJson(text);
   if (!json.is_object() || !json.contains("target") || !json["target"].is_string() ||
       json["target"].get<std::string>().empty()) {
     return Error::platform(ErrorCode::FileReadCorruptFile,
@@ -779,7 +837,7 @@ std::optional<Error> Drive::cloudAdd(const std::string& relative, const CloudDoc
   }
   struct stat info {};
   PlaceholderMetadata metadata;
-  if (::lstat(cloudFile.c_str(), &info) == 0) {
+  if (operations_.statItem(cloudFile, info) == 0) {
     if (S_ISDIR(info.st_mode)) {
       metadata.isPackage = true;
     } else {
@@ -828,41 +886,79 @@ std::optional<Error> Drive::cloudModify(const std::string& relative, const Cloud
   std::lock_guard lock(mutex_);
   const std::string cloudFile = cloudPath(relative);
   struct stat info {};
-  if (::lstat(cloudFile.c_str(), &info) != 0 || S_ISDIR(info.st_mode)) {
+  if (operations_.statItem(cloudFile, info) != 0 || S_ISDIR(info.st_mode)) {
     return driveWriteError(ENOENT, path);
+  }
+  const ItemState state = stateOf(path);
+  if (state == ItemState::Present) {
+    return replaceOnBothSides(path, cloudFile, document);
   }
   if (const int error = writeCloudBytes(cloudFile, document, /*replace=*/true)) {
     return driveWriteError(error, path);
   }
-  ::lstat(cloudFile.c_str(), &info);
-  switch (stateOf(path)) {
-    case ItemState::Present:
-      // The new version arrives on the phone.
-      if (const int error = operations_.copyItem(cloudFile, path, /*replace=*/true)) {
-        return driveWriteError(error, path);
-      }
-      return std::nullopt;
-    case ItemState::CloudOnly: {
-      auto metadata = readPlaceholder(path);
-      PlaceholderMetadata updated = metadata.ok() ? metadata.value() : PlaceholderMetadata{};
-      updated.size = static_cast<std::uint64_t>(info.st_size);
-      updated.modified = platform::Date::now();
-      if (const int error = operations_.writeFile(placeholderPathFor(path), updated.serialize(), true)) {
-        return driveWriteError(error, path);
-      }
-      return std::nullopt;
+  operations_.statItem(cloudFile, info);
+  if (state == ItemState::CloudOnly) {
+    auto metadata = readPlaceholder(path);
+    PlaceholderMetadata updated = metadata.ok() ? metadata.value() : PlaceholderMetadata{};
+    updated.size = static_cast<std::uint64_t>(info.st_size);
+    updated.modified = platform::Date::now();
+    if (const int error = operations_.writeFile(placeholderPathFor(path), updated.serialize(), true)) {
+      return driveWriteError(error, path);
     }
-    case ItemState::Missing: {
-      PlaceholderMetadata created;
-      created.size = static_cast<std::uint64_t>(info.st_size);
-      created.created = platform::Date::now();
-      created.modified = created.created;
-      if (const int error = operations_.makeDirectories(splitParent(path).first)) {
-        return driveWriteError(error, path);
-      }
-      return placeNewPlaceholder(path, created);
-    }
+    return std::nullopt;
   }
+  PlaceholderMetadata created;
+  created.size = static_cast<std::uint64_t>(info.st_size);
+  created.created = platform::Date::now();
+  created.modified = created.created;
+  if (const int error = operations_.makeDirectories(splitParent(path).first)) {
+    return driveWriteError(error, path);
+  }
+  return placeNewPlaceholder(path, created);
+}
+
+std::optional<Error> Drive::replaceOnBothSides(const std::string& path, const std::string& cloudFile,
+                                               const CloudDocument& document) {
+  // The new version is staged beside both copies first; a journal then names
+  // the staged files, and the two renames follow. A kill before the journal
+  // exists leaves both old versions (the staged files are a dead process's
+  // temporary files); after it, the next start completes the change when the
+  // server's copy was already replaced and undoes it otherwise
+  // (TemporaryFileSweeper), so both sides always end up equal.
+  const std::string cloudStaged = FileOperations::temporaryPathBeside(cloudFile);
+  const std::string phoneStaged = FileOperations::temporaryPathBeside(path);
+  const std::string journal = joinPath(splitParent(path).first, newTemporaryName(kReplacementJournalSuffix));
+  auto discard = [&] {
+    operations_.unlinkFile(journal);
+    operations_.removeTree(phoneStaged);
+    operations_.removeTree(cloudStaged);
+  };
+  if (const int error = writeCloudBytes(cloudStaged, document, /*replace=*/false)) {
+    discard();
+    return driveWriteError(error, path);
+  }
+  if (const int error = operations_.copyItem(cloudStaged, phoneStaged, /*replace=*/false)) {
+    discard();
+    return driveWriteError(error, path);
+  }
+  const nlohmann::json entry = {{"name", splitParent(path).second},
+                                {"staged", splitParent(phoneStaged).second},
+                                {"cloudStaged", splitParent(cloudStaged).second}};
+  if (const int error = operations_.writeFile(journal, homeJsonText(entry), /*replace=*/false)) {
+    discard();
+    return driveWriteError(error, path);
+  }
+  if (const int error = operations_.renameReplacing(cloudStaged, cloudFile)) {
+    discard();
+    return driveWriteError(error, path);
+  }
+  if (const int error = operations_.renameReplacing(phoneStaged, path)) {
+    PLATFORM_LOG(kLogWarning, "The server has the new version of %@ but this phone does not: %@", path,
+                 driveWriteError(error, path));
+    discard();
+    return driveWriteError(error, path);
+  }
+  operations_.unlinkFile(journal);
   return std::nullopt;
 }
 
@@ -905,7 +1001,8 @@ std::optional<Error> Drive::cloudDelete(const std::string& relative) {
   }
   std::lock_guard lock(mutex_);
   const std::string cloudItem = cloudPath(relative);
-  const bool onServer = lexists(cloudItem);
+  struct stat cloudInfo {};
+  const bool onServer = operations_.statItem(cloudItem, cloudInfo) == 0;
   if (!onServer && stateOf(path) == ItemState::Missing) {
     return driveWriteError(ENOENT, path);
   }

@@ -125,6 +125,11 @@ class Drive {
   static std::optional<std::string> normal(std::string_view path);
   std::optional<platform::Error> refuseEscape(const std::string& rawPath, const std::string& normalPath) const;
   std::optional<platform::Error> checkChangeablePath(const std::string& path, bool creating) const;
+  // An error when the folder `relativeFolder` of the server's side (or the
+  // deepest of its folders that exists) leads outside it; `path` names the
+  // item in the error.
+  std::optional<platform::Error> checkCloudFolderInside(const std::string& relativeFolder,
+                                                        const std::string& path) const;
   std::optional<platform::Error> moveLocal(const std::string& from, const std::string& to);
   void undoLocalMove(const std::string& from, const std::string& to, ItemState state);
   std::optional<platform::Error> mirrorMove(const std::string& fromRelative, const std::string& toRelative);
@@ -132,6 +137,10 @@ class Drive {
                                                      const PlaceholderMetadata& metadata);
   std::optional<platform::Error> removeLocal(const std::string& path);
   int writeCloudBytes(const std::string& cloudFile, const CloudDocument& document, bool replace);
+  // cloudModify() of a document that is on the phone: both copies change, or
+  // (after a kill and the next start's sweep) neither.
+  std::optional<platform::Error> replaceOnBothSides(const std::string& path, const std::string& cloudFile,
+                                                    const CloudDocument& document);
 
   std::string root_;
   std::string cloudRoot_;

@@ -20,6 +20,9 @@ inline constexpr std::string_view kPlaceholderSuffix = ".placeholder";
 inline constexpr std::string_view kSidecarSuffix = ".vdattrs";
 inline constexpr std::string_view kTemporaryPrefix = ".vdtmp-";
 inline constexpr std::string_view kDocumentReferenceExtension = "vdref";
+// A temporary file ".vdtmp-….replace" beside a document: the journal of a
+// change of both copies of the document (see TemporaryFileSweeper).
+inline constexpr std::string_view kReplacementJournalSuffix = "replace";
 
 std::string placeholderNameFor(std::string_view name);
 std::string sidecarNameFor(std::string_view name);

@@ -6,15 +6,153 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstdint>
-#include <random>
 #include <vector>
 
 #include "host/drive/DrivePaths.h"
+#include "host/drive/TemporaryNames.h"
+#include "platform/Log.h"
 
 namespace velune::host {
+
+namespace {
+
+// The names of an open folder ("." and ".." left out); the folder stays open.
+int namesIn(int folderFd, std::vector<std::string>& names) {
+  const int copy = ::openat(folderFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (copy < 0) {
+    return errno;
+  }
+  DIR* folder = ::fdopendir(copy);
+  if (folder == nullptr) {
+    const int error = errno;
+    ::close(copy);
+    return error;
+  }
+  while (const dirent* entry = ::readdir(folder)) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") {
+      names.emplace_back(name);
+    }
+  }
+  ::closedir(folder);
+  return 0;
+}
+
+int removeAt(int folderFd, const std::string& name) {
+  struct stat info {};
+  if (::fstatat(folderFd, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
+    return errno;
+  }
+  if (!S_ISDIR(info.st_mode)) {
+    return ::unlinkat(folderFd, name.c_str(), 0) == 0 ? 0 : errno;
+  }
+  {
+    const UniqueFd inner(::openat(folderFd, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!inner.valid()) {
+      return errno;
+    }
+    std::vector<std::string> names;
+    if (const int error = namesIn(inner.get(), names)) {
+      return error;
+    }
+    for (const auto& child : names) {
+      if (const int error = removeAt(inner.get(), child)) {
+        return error;
+      }
+    }
+  }
+  return ::unlinkat(folderFd, name.c_str(), AT_REMOVEDIR) == 0 ? 0 : errno;
+}
+
+int copyBytes(int in, int out) {
+  std::vector<char> buffer(1 << 20);
+  while (true) {
+    const ssize_t n = ::read(in, buffer.data(), buffer.size());
+    if (n < 0) {
+      if (errno == EINTR) {
+        continue;
+      }
+      return errno;
+    }
+    if (n == 0) {
+      return ::fsync(out) == 0 ? 0 : errno;
+    }
+    ssize_t done = 0;
+    while (done < n) {
+      const ssize_t w = ::write(out, buffer.data() + done, static_cast<size_t>(n - done));
+      if (w < 0) {
+        if (errno == EINTR) {
+          continue;
+        }
+        return errno;
+      }
+      done += w;
+    }
+  }
+}
+
+// Copies `name` of `fromFolder` to the new name `toName` of `toFolder`.
+// `followTop`: the item itself may be a link to follow (a source the user
+// named); below it, only folders and regular files are copied.
+int copyTreeAt(int fromFolder, const std::string& name, bool followTop, int toFolder, const std::string& toName) {
+  const int noFollow = followTop ? 0 : O_NOFOLLOW;
+  struct stat info {};
+  if (::fstatat(fromFolder, name.c_str(), &info, followTop ? 0 : AT_SYMLINK_NOFOLLOW) != 0) {
+    return errno;
+  }
+  if (S_ISDIR(info.st_mode)) {
+    const UniqueFd from(::openat(fromFolder, name.c_str(), O_RDONLY | O_DIRECTORY | noFollow | O_CLOEXEC));
+    if (!from.valid()) {
+      return errno;
+    }
+    if (::mkdirat(toFolder, toName.c_str(), 0755) != 0) {
+      return errno;
+    }
+    const UniqueFd to(::openat(toFolder, toName.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!to.valid()) {
+      return errno;
+    }
+    std::vector<std::string> names;
+    if (const int error = namesIn(from.get(), names)) {
+      return error;
+    }
+    for (const auto& child : names) {
+      if (const int error = copyTreeAt(from.get(), child, false, to.get(), child)) {
+        return error;
+      }
+    }
+    return 0;
+  }
+  if (!S_ISREG(info.st_mode)) {
+    if (followTop) {
+      return ENODEV;  // the named source itself is no document
+    }
+    // A link could lead anywhere (and would later be followed on the cloud
+    // side); a FIFO or a device has no bytes to copy.
+    PLATFORM_LOG(kLogWarning, "Not copied (%@): %@", S_ISLNK(info.st_mode) ? "a symbolic link" : "not a regular file",
+                 name);
+    return 0;
+  }
+  const UniqueFd in(::openat(fromFolder, name.c_str(), O_RDONLY | O_NONBLOCK | noFollow | O_CLOEXEC));
+  if (!in.valid()) {
+    return errno;
+  }
+  // What was checked above may have been swapped for something else since.
+  if (::fstat(in.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
+    return ENODEV;
+  }
+  const UniqueFd out(::openat(toFolder, toName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644));
+  if (!out.valid()) {
+    return errno;
+  }
+  return copyBytes(in.get(), out.get());
+}
+
+}  // namespace
+
+FileOperations::FileOperations(std::vector<std::string> roots) : roots_(std::move(roots)) {}
 
 void FileOperations::setFaultInjector(FaultInjector injector) {
   std::lock_guard lock(mutex_);
@@ -26,6 +164,11 @@ void FileOperations::setForceNoReplaceFallback(bool force) {
   forceFallback_ = force;
 }
 
+void FileOperations::setResolution(BeneathResolution resolution) {
+  std::lock_guard lock(mutex_);
+  resolution_ = resolution;
+}
+
 int FileOperations::injected(std::string_view operation, const std::string& path) {
   FaultInjector injector;
   {
@@ -35,12 +178,40 @@ int FileOperations::injected(std::string_view operation, const std::string& path
   return injector ? injector(operation, path) : 0;
 }
 
-std::string FileOperations::temporaryPathBeside(const std::string& path) {
-  static std::atomic<std::uint64_t> counter{0};
-  static thread_local std::mt19937_64 random{std::random_device{}()};
+int FileOperations::place(const std::string& path, Place& out) {
   const auto [folder, name] = splitParent(path);
-  return joinPath(folder, std::string(kTemporaryPrefix) + std::to_string(getpid()) + "-" +
-                              std::to_string(counter.fetch_add(1)) + "-" + std::to_string(random() % 1000000));
+  if (name.empty() || name == "." || name == "..") {
+    return EINVAL;
+  }
+  out.name = name;
+  for (const auto& root : roots_) {
+    const auto relative = relativeTo(path, root);
+    if (!relative || relative->empty()) {
+      continue;
+    }
+    BeneathResolution resolution;
+    {
+      std::lock_guard lock(mutex_);
+      resolution = resolution_;
+    }
+    const UniqueFd rootFd(::open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!rootFd.valid()) {
+      return errno;
+    }
+    const std::string relativeFolder = splitParent("/" + *relative).first.substr(1);
+    const int fd = openBeneath(rootFd.get(), relativeFolder, O_PATH | O_DIRECTORY, resolution);
+    if (fd < 0) {
+      return -fd;
+    }
+    out.folder = UniqueFd(fd);
+    return 0;
+  }
+  out.folder = UniqueFd(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  return out.folder.valid() ? 0 : errno;
+}
+
+std::string FileOperations::temporaryPathBeside(const std::string& path) {
+  return joinPath(splitParent(path).first, newTemporaryName());
 }
 
 int FileOperations::folderNames(const std::string& path, std::vector<std::string>& names) {
@@ -58,37 +229,80 @@ int FileOperations::folderNames(const std::string& path, std::vector<std::string
   return 0;
 }
 
+int FileOperations::statItem(const std::string& path, struct stat& info) {
+  Place item;
+  if (const int error = place(path, item)) {
+    return error;
+  }
+  return ::fstatat(item.folder.get(), item.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
+}
+
+int FileOperations::openItem(const std::string& path, int flags) {
+  Place item;
+  if (const int error = place(path, item)) {
+    return -error;
+  }
+  const int fd = ::openat(item.folder.get(), item.name.c_str(), flags | O_NOFOLLOW | O_CLOEXEC);
+  return fd >= 0 ? fd : -errno;
+}
+
 int FileOperations::makeDirectory(const std::string& path) {
   if (const int fault = injected("mkdir", path)) {
     return fault;
   }
-  return ::mkdir(path.c_str(), 0755) == 0 ? 0 : errno;
+  Place folder;
+  if (const int error = place(path, folder)) {
+    return error;
+  }
+  return ::mkdirat(folder.folder.get(), folder.name.c_str(), 0755) == 0 ? 0 : errno;
 }
 
 int FileOperations::makeDirectories(const std::string& path, std::vector<std::string>* created) {
-  struct stat info {};
-  if (::stat(path.c_str(), &info) == 0) {
-    return S_ISDIR(info.st_mode) ? 0 : ENOTDIR;
+  Place folder;
+  int error = place(path, folder);
+  if (error == 0) {
+    // Follows a last link only when it stays below the folder (a link to a
+    // folder elsewhere in the drive is a folder here).
+    struct stat info {};
+    if (::fstatat(folder.folder.get(), folder.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0) {
+      if (S_ISDIR(info.st_mode)) {
+        return 0;
+      }
+      if (!S_ISLNK(info.st_mode)) {
+        return ENOTDIR;
+      }
+      const int inside = openBeneath(folder.folder.get(), folder.name, O_PATH | O_DIRECTORY);
+      if (inside < 0) {
+        return -inside == ENOENT ? ENOTDIR : -inside;
+      }
+      ::close(inside);
+      return 0;
+    }
+    error = errno;
   }
-  if (errno != ENOENT) {
-    return errno;
+  if (error != ENOENT) {
+    return error;
   }
   const auto [parent, name] = splitParent(path);
   if (parent != path && parent != "/" && parent != ".") {
-    if (const int error = makeDirectories(parent, created)) {
-      return error;
+    if (const int parentError = makeDirectories(parent, created)) {
+      return parentError;
     }
   }
-  const int error = makeDirectory(path);
+  error = makeDirectory(path);
   if (error == 0 && created != nullptr) {
     created->push_back(path);
   }
   return error == EEXIST ? 0 : error;
 }
 
-int FileOperations::renameNoReplace(const std::string& from, const std::string& to) {
-  if (const int fault = injected("rename", to)) {
-    return fault;
+int FileOperations::renameAt(const Place& from, const Place& to, bool replace) {
+  const int fromFd = from.folder.get();
+  const int toFd = to.folder.get();
+  const char* fromName = from.name.c_str();
+  const char* toName = to.name.c_str();
+  if (replace) {
+    return ::renameat(fromFd, fromName, toFd, toName) == 0 ? 0 : errno;
   }
   bool force = false;
   {
@@ -96,7 +310,7 @@ int FileOperations::renameNoReplace(const std::string& from, const std::string& 
     force = forceFallback_;
   }
   if (!force) {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
+    if (::renameat2(fromFd, fromName, toFd, toName, RENAME_NOREPLACE) == 0) {
       return 0;
     }
     if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) {
@@ -104,78 +318,108 @@ int FileOperations::renameNoReplace(const std::string& from, const std::string& 
     }
   }
   struct stat info {};
-  if (::lstat(from.c_str(), &info) != 0) {
+  if (::fstatat(fromFd, fromName, &info, AT_SYMLINK_NOFOLLOW) != 0) {
     return errno;
   }
   if (S_ISDIR(info.st_mode)) {
     // Claim the name with an empty folder, then rename onto the claim; a
     // claim that someone filled in the meantime makes rename fail instead.
-    if (::mkdir(to.c_str(), 0700) != 0) {
+    if (::mkdirat(toFd, toName, 0700) != 0) {
       return errno;
     }
-    if (::rename(from.c_str(), to.c_str()) != 0) {
+    if (::renameat(fromFd, fromName, toFd, toName) != 0) {
       const int error = errno;
-      ::rmdir(to.c_str());  // only succeeds while the claim is still empty
+      ::unlinkat(toFd, toName, AT_REMOVEDIR);  // only succeeds while the claim is still empty
       return error == ENOTEMPTY ? EEXIST : error;
     }
     return 0;
   }
-  if (const int fault = injected("link", to)) {
-    return fault;
-  }
-  if (::link(from.c_str(), to.c_str()) != 0) {
+  if (::linkat(fromFd, fromName, toFd, toName, 0) != 0) {
     return errno;
   }
-  if (::unlink(from.c_str()) != 0) {
+  if (::unlinkat(fromFd, fromName, 0) != 0) {
     const int error = errno;
-    ::unlink(to.c_str());
+    ::unlinkat(toFd, toName, 0);
     return error;
   }
   return 0;
+}
+
+int FileOperations::renameNoReplace(const std::string& from, const std::string& to) {
+  if (const int fault = injected("rename", to)) {
+    return fault;
+  }
+  Place source;
+  Place destination;
+  if (const int error = place(from, source)) {
+    return error;
+  }
+  if (const int error = place(to, destination)) {
+    return error;
+  }
+  bool force = false;
+  {
+    std::lock_guard lock(mutex_);
+    force = forceFallback_;
+  }
+  if (force) {
+    struct stat info {};
+    if (::fstatat(source.folder.get(), source.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 &&
+        !S_ISDIR(info.st_mode)) {
+      if (const int fault = injected("link", to)) {
+        return fault;
+      }
+    }
+  }
+  return renameAt(source, destination, false);
 }
 
 int FileOperations::renameReplacing(const std::string& from, const std::string& to) {
   if (const int fault = injected("rename", to)) {
     return fault;
   }
-  return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+  Place source;
+  Place destination;
+  if (const int error = place(from, source)) {
+    return error;
+  }
+  if (const int error = place(to, destination)) {
+    return error;
+  }
+  return renameAt(source, destination, true);
 }
 
 int FileOperations::unlinkFile(const std::string& path) {
   if (const int fault = injected("unlink", path)) {
     return fault;
   }
-  return ::unlink(path.c_str()) == 0 ? 0 : errno;
+  Place file;
+  if (const int error = place(path, file)) {
+    return error;
+  }
+  return ::unlinkat(file.folder.get(), file.name.c_str(), 0) == 0 ? 0 : errno;
 }
 
 int FileOperations::removeDirectory(const std::string& path) {
   if (const int fault = injected("rmdir", path)) {
     return fault;
   }
-  return ::rmdir(path.c_str()) == 0 ? 0 : errno;
+  Place folder;
+  if (const int error = place(path, folder)) {
+    return error;
+  }
+  return ::unlinkat(folder.folder.get(), folder.name.c_str(), AT_REMOVEDIR) == 0 ? 0 : errno;
 }
 
 int FileOperations::removeTree(const std::string& path) {
   if (const int fault = injected("remove", path)) {
     return fault;
   }
-  struct stat info {};
-  if (::lstat(path.c_str(), &info) != 0) {
-    return errno;
-  }
-  if (!S_ISDIR(info.st_mode)) {
-    return ::unlink(path.c_str()) == 0 ? 0 : errno;
-  }
-  std::vector<std::string> names;
-  if (const int error = folderNames(path, names)) {
+  Place item;
+  if (const int error = place(path, item)) {
     return error;
   }
-  for (const auto& name : names) {
-    if (const int error = removeTree(joinPath(path, name))) {
-      return error;
-    }
-  }
-  return ::rmdir(path.c_str()) == 0 ? 0 : errno;
+  return removeAt(item.folder.get(), item.name);
 }
 
 int FileOperations::writeThroughTemporary(const std::string& path, bool replace,
@@ -183,8 +427,18 @@ int FileOperations::writeThroughTemporary(const std::string& path, bool replace,
   if (const int fault = injected("write", path)) {
     return fault;
   }
-  const std::string temporary = temporaryPathBeside(path);
-  const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+  Place target;
+  if (const int error = place(path, target)) {
+    return error;
+  }
+  Place temporary;
+  temporary.folder = UniqueFd(::dup(target.folder.get()));
+  temporary.name = newTemporaryName();
+  if (!temporary.folder.valid()) {
+    return errno;
+  }
+  const int fd = ::openat(target.folder.get(), temporary.name.c_str(),
+                          O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644);
   if (fd < 0) {
     return errno;
   }
@@ -196,10 +450,13 @@ int FileOperations::writeThroughTemporary(const std::string& path, bool replace,
     error = errno;
   }
   if (error == 0) {
-    error = replace ? renameReplacing(temporary, path) : renameNoReplace(temporary, path);
+    error = injected("rename", path);
+  }
+  if (error == 0) {
+    error = renameAt(temporary, target, replace);
   }
   if (error != 0) {
-    ::unlink(temporary.c_str());
+    ::unlinkat(target.folder.get(), temporary.name.c_str(), 0);
   }
   return error;
 }
@@ -226,119 +483,59 @@ int FileOperations::writeSparseFile(const std::string& path, std::uint64_t size,
                                [&](int fd) { return ::ftruncate(fd, static_cast<off_t>(size)) == 0 ? 0 : errno; });
 }
 
-int FileOperations::copyRegularFile(const std::string& from, const std::string& to) {
-  const int in = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
-  if (in < 0) {
-    return errno;
-  }
-  const int out = ::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-  if (out < 0) {
-    const int error = errno;
-    ::close(in);
-    return error;
-  }
-  int error = 0;
-  std::vector<char> buffer(1 << 20);
-  while (true) {
-    const ssize_t n = ::read(in, buffer.data(), buffer.size());
-    if (n < 0) {
-      if (errno == EINTR) {
-        continue;
-      }
-      error = errno;
-      break;
-    }
-    if (n == 0) {
-      break;
-    }
-    ssize_t done = 0;
-    while (done < n) {
-      const ssize_t w = ::write(out, buffer.data() + done, static_cast<size_t>(n - done));
-      if (w < 0) {
-        if (errno == EINTR) {
-          continue;
-        }
-        error = errno;
-        break;
-      }
-      done += w;
-    }
-    if (error != 0) {
-      break;
-    }
-  }
-  if (error == 0 && ::fsync(out) != 0) {
-    error = errno;
-  }
-  ::close(in);
-  if (::close(out) != 0 && error == 0) {
-    error = errno;
-  }
-  return error;
-}
-
-int FileOperations::copyTree(const std::string& from, const std::string& to) {
-  struct stat info {};
-  if (::lstat(from.c_str(), &info) != 0) {
-    return errno;
-  }
-  if (S_ISLNK(info.st_mode)) {
-    std::string target(4096, '\0');
-    const ssize_t n = ::readlink(from.c_str(), target.data(), target.size());
-    if (n < 0) {
-      return errno;
-    }
-    target.resize(static_cast<size_t>(n));
-    return ::symlink(target.c_str(), to.c_str()) == 0 ? 0 : errno;
-  }
-  if (!S_ISDIR(info.st_mode)) {
-    return copyRegularFile(from, to);
-  }
-  if (::mkdir(to.c_str(), 0755) != 0) {
-    return errno;
-  }
-  std::vector<std::string> names;
-  if (const int error = folderNames(from, names)) {
-    return error;
-  }
-  for (const auto& name : names) {
-    if (const int error = copyTree(joinPath(from, name), joinPath(to, name))) {
-      return error;
-    }
-  }
-  return 0;
-}
-
 int FileOperations::copyItem(const std::string& from, const std::string& to, bool replace) {
   if (const int fault = injected("copy", to)) {
     return fault;
   }
-  const std::string temporary = temporaryPathBeside(to);
-  if (const int error = copyTree(from, temporary)) {
-    removeTree(temporary);
+  Place source;
+  if (const int error = place(from, source)) {
+    return error;
+  }
+  bool sourceInsideRoot = false;
+  for (const auto& root : roots_) {
+    const auto relative = relativeTo(from, root);
+    sourceInsideRoot = sourceInsideRoot || (relative && !relative->empty());
+  }
+  Place target;
+  if (const int error = place(to, target)) {
+    return error;
+  }
+  Place temporary;
+  temporary.folder = UniqueFd(::dup(target.folder.get()));
+  temporary.name = newTemporaryName();
+  if (!temporary.folder.valid()) {
+    return errno;
+  }
+  if (const int error =
+          copyTreeAt(source.folder.get(), source.name, !sourceInsideRoot, temporary.folder.get(), temporary.name)) {
+    removeAt(temporary.folder.get(), temporary.name);
     return error;
   }
   struct stat info {};
-  if (replace && ::lstat(to.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
+  if (replace && ::fstatat(target.folder.get(), target.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 &&
+      S_ISDIR(info.st_mode)) {
     // A folder cannot be renamed over a full folder: move the old one aside first.
-    const std::string old = temporaryPathBeside(to);
-    if (::rename(to.c_str(), old.c_str()) != 0) {
-      const int error = errno;
-      removeTree(temporary);
+    Place old;
+    old.folder = UniqueFd(::dup(target.folder.get()));
+    old.name = newTemporaryName();
+    if (const int error = renameAt(target, old, true)) {
+      removeAt(temporary.folder.get(), temporary.name);
       return error;
     }
-    if (::rename(temporary.c_str(), to.c_str()) != 0) {
-      const int error = errno;
-      ::rename(old.c_str(), to.c_str());
-      removeTree(temporary);
+    if (const int error = renameAt(temporary, target, true)) {
+      renameAt(old, target, true);
+      removeAt(temporary.folder.get(), temporary.name);
       return error;
     }
-    removeTree(old);
+    removeAt(old.folder.get(), old.name);
     return 0;
   }
-  const int error = replace ? renameReplacing(temporary, to) : renameNoReplace(temporary, to);
+  int error = injected("rename", to);
+  if (error == 0) {
+    error = renameAt(temporary, target, replace);
+  }
   if (error != 0) {
-    removeTree(temporary);
+    removeAt(temporary.folder.get(), temporary.name);
   }
   return error;
 }

@@ -5,6 +5,15 @@
 //
 // Each operation returns 0 or the errno of its failure.
 //
+// Confinement. A path inside one of the roots given at construction (the
+// drive and the cloud side) is reached through its folder opened below that
+// root (BeneathPath.h): a folder of the path that is a link leading outside
+// the root fails the operation with EXDEV or ELOOP instead of acting outside,
+// and the final system call is made relative to the opened folder, so a link
+// swapped into the path after the check cannot redirect it. The last
+// component itself is never followed: removing or renaming a link acts on
+// the link. Paths outside every root (and a root itself) are used as given.
+//
 // renameNoReplace() is the last step of every move and of every new name: it
 // never replaces an existing item, also when another thread or process
 // creates the destination at the same moment. It is renameat2 with
@@ -13,7 +22,13 @@
 // and, for folders, to claiming the name with mkdir() and renaming onto that
 // empty claim (rename refuses a folder that is no longer empty).
 //
+// Temporary files are named by TemporaryNames.h (the pid and start time of
+// this process are in the name), so that those of a killed process can be
+// told from a running one's and removed.
+//
 // Thread-safe; the fault injector is meant to be set before work starts.
+
+#include <sys/stat.h>
 
 #include <cstdint>
 #include <functional>
@@ -21,6 +36,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "host/drive/BeneathPath.h"
 
 namespace velune::host {
 
@@ -31,9 +48,17 @@ class FileOperations {
   // is returned as that operation's errno without touching the disk.
   using FaultInjector = std::function<int(std::string_view operation, const std::string& path)>;
 
+  // Without roots: every path is used as given.
+  FileOperations() = default;
+  // Absolute, normal roots whose insides are never left.
+  explicit FileOperations(std::vector<std::string> roots);
+
   void setFaultInjector(FaultInjector injector);
   // Uses the fallback of renameNoReplace() even where renameat2 works (tests).
   void setForceNoReplaceFallback(bool force);
+  // Resolves paths below the roots by the component walk even where the
+  // kernel has openat2 (tests).
+  void setResolution(BeneathResolution resolution);
 
   int makeDirectory(const std::string& path);
   // mkdir -p; `created` receives the folders that did not exist before, outermost first.
@@ -49,9 +74,17 @@ class FileOperations {
   // into place: replacing an existing file or, without `replace`, never.
   int writeFile(const std::string& path, std::string_view contents, bool replace);
   // Copies a file or a folder tree through a temporary copy renamed into place.
+  // A source outside the roots is followed when it is itself a link (the
+  // caller named it); inside a copied tree, links, FIFOs, sockets and devices
+  // are skipped: only folders and regular files are copied in.
   int copyItem(const std::string& from, const std::string& to, bool replace);
   // A sparse file of `size` zero bytes (the cloud side of big test documents).
   int writeSparseFile(const std::string& path, std::uint64_t size, bool replace);
+  // lstat(2) of the item (confined like the changes); 0 or the errno.
+  int statItem(const std::string& path, struct stat& info);
+  // Opens the item (confined like the changes) with `flags`; the descriptor
+  // or minus the errno.
+  int openItem(const std::string& path, int flags);
 
   // A new temporary name in the folder of `path` (".vdtmp-...").
   static std::string temporaryPathBeside(const std::string& path);
@@ -59,15 +92,22 @@ class FileOperations {
   static int folderNames(const std::string& path, std::vector<std::string>& names);
 
  private:
+  // Where an operation acts: an open folder and a name in it.
+  struct Place {
+    UniqueFd folder;
+    std::string name;
+  };
+  int place(const std::string& path, Place& out);
   int injected(std::string_view operation, const std::string& path);
+  int renameAt(const Place& from, const Place& to, bool replace);
   // Writes a flushed temporary file with `fill`, then renames it into place.
   int writeThroughTemporary(const std::string& path, bool replace, const std::function<int(int fd)>& fill);
-  int copyTree(const std::string& from, const std::string& to);
-  int copyRegularFile(const std::string& from, const std::string& to);
 
+  std::vector<std::string> roots_;
   std::mutex mutex_;
   FaultInjector injector_;
   bool forceFallback_ = false;
+  BeneathResolution resolution_ = BeneathResolution::Automatic;
 };
 
 }  // namespace velune::host

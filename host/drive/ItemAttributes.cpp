@@ -1,5 +1,6 @@
 #include "host/drive/ItemAttributes.h"
 
+#include "host/HomeJson.h"
 #include "platform/Error.h"
 
 namespace velune::host {
@@ -65,7 +66,7 @@ void ItemAttributes::addToJson(nlohmann::json& object) const {
 
 platform::Result<ItemAttributes> ItemAttributes::parse(std::string_view text, const std::string& path,
                                                        std::vector<std::string>* problems) {
-  const auto json = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
+  const auto json = parseHomeJson(text);
   if (!json.is_object()) {
     return Error::platform(platform::ErrorCode::FileReadCorruptFile,
                            {{std::string(platform::kFilePathErrorKey), platform::Value(path)}});
@@ -76,7 +77,7 @@ platform::Result<ItemAttributes> ItemAttributes::parse(std::string_view text, co
 std::string ItemAttributes::serialize() const {
   nlohmann::json object = nlohmann::json::object();
   addToJson(object);
-  return object.dump(2) + "\n";
+  return homeJsonText(object);
 }
 
 }  // namespace velune::host

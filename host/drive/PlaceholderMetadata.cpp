@@ -4,6 +4,7 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 
+#include "host/HomeJson.h"
 #include "platform/Error.h"
 
 namespace velune::host {
@@ -13,7 +14,7 @@ using platform::Error;
 
 platform::Result<PlaceholderMetadata> PlaceholderMetadata::parse(std::string_view text, const std::string& path,
                                                                  std::vector<std::string>* problems) {
-  const auto json = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
+  const auto json = parseHomeJson(text);
   if (!json.is_object()) {
     return Error::platform(platform::ErrorCode::FileReadCorruptFile,
                            {{std::string(platform::kFilePathErrorKey), platform::Value(path)}});
@@ -82,7 +83,7 @@ std::string PlaceholderMetadata::serialize() const {
     object["package"] = true;
   }
   attributes.addToJson(object);
-  return object.dump(2) + "\n";
+  return homeJsonText(object);
 }
 
 }  // namespace velune::host

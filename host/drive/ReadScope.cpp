@@ -5,6 +5,8 @@
 
 #include <cerrno>
 
+#include "host/HomeFileReader.h"
+
 namespace velune::host {
 
 namespace {
@@ -20,27 +22,7 @@ ItemStatus readStatus(const std::string& path) {
 
 SmallFile readSmallFile(const std::string& path) {
   SmallFile file;
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) {
-    file.error = errno;
-    return file;
-  }
-  char buffer[16384];
-  while (true) {
-    const ssize_t n = ::read(fd, buffer, sizeof buffer);
-    if (n < 0 && errno == EINTR) {
-      continue;
-    }
-    if (n < 0) {
-      file.error = errno;
-      break;
-    }
-    if (n == 0) {
-      break;
-    }
-    file.contents.append(buffer, static_cast<size_t>(n));
-  }
-  ::close(fd);
+  file.error = readHomeFile(path, kItemMetadataFileLimit, file.contents);
   return file;
 }
 }  // namespace

@@ -40,7 +40,9 @@ class ReadScope {
   // statx of the item itself (links are not followed), with the basic
   // statistics and the birth time.
   static ItemStatus statusOf(const std::string& path);
-  // The whole of a small file (a sidecar, a placeholder).
+  // The whole of a small file (a sidecar, a placeholder), read as
+  // readHomeFile() reads: a link, a FIFO, a folder or a file above
+  // kItemMetadataFileLimit is an error.
   static SmallFile contentsOf(const std::string& path);
   // Forgets what the current scope of this thread has seen.
   static void forget();

@@ -1,5 +1,9 @@
 #include "host/drive/ThumbnailMaker.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <csetjmp>
 #include <cstdio>
 #include <cstring>
@@ -49,8 +53,15 @@ bool pngSizeIsReasonable(FILE* file) {
   return width > 0 && height > 0 && width * height <= static_cast<unsigned long long>(kMaximumPixels);
 }
 
-SurfacePointer decodePNG(const std::string& path) {
-  SurfacePointer surface(cairo_image_surface_create_from_png(path.c_str()));
+cairo_status_t readPNGBytes(void* closure, unsigned char* data, unsigned int length) {
+  return std::fread(data, 1, length, static_cast<FILE*>(closure)) == length ? CAIRO_STATUS_SUCCESS
+                                                                            : CAIRO_STATUS_READ_ERROR;
+}
+
+// From the file already checked, not by its path again: what is decoded is
+// what was checked.
+SurfacePointer decodePNG(FILE* file) {
+  SurfacePointer surface(cairo_image_surface_create_from_png_stream(&readPNGBytes, file));
   if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) {
     return nullptr;
   }
@@ -162,18 +173,32 @@ std::shared_ptr<ui::Image> fitIntoSquare(cairo_surface_t* picture, int edge) {
 std::shared_ptr<ui::Image> ThumbnailMaker::thumbnailOfFile(const std::string& path, int edge) {
   static const unsigned char kPNG[] = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
   static const unsigned char kJPEG[] = {0xFF, 0xD8, 0xFF};
-  FILE* file = std::fopen(path.c_str(), "rb");
+  // A FIFO or a device under a picture's name must not block the reader:
+  // opened without waiting, and only a regular file is read.
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+  if (fd < 0) {
+    return nullptr;
+  }
+  struct stat info {};
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || ::fcntl(fd, F_SETFL, O_RDONLY) != 0) {
+    ::close(fd);
+    return nullptr;
+  }
+  FILE* file = ::fdopen(fd, "rb");
   if (file == nullptr) {
+    ::close(fd);
     return nullptr;
   }
   SurfacePointer picture;
   if (hasSignature(file, kPNG, sizeof kPNG)) {
     const bool reasonable = pngSizeIsReasonable(file);
+    if (reasonable) {
+      picture = decodePNG(file);
+    }
     std::fclose(file);
     if (!reasonable) {
       return nullptr;
     }
-    picture = decodePNG(path);
   } else if (hasSignature(file, kJPEG, sizeof kJPEG)) {
     picture.reset(decodeJPEGInto(file, edge));
     std::fclose(file);

@@ -114,6 +114,9 @@ int runCloud(VdtoolContext& context, const std::vector<std::string>& arguments) 
     relative.push_back(drive.drive().relativePath(path).value_or(std::string()));
   }
   if (verb == "add") {
+    if (auto invalid = drive.checkNewNames(paths[0])) {
+      return DriveArguments::report(invalid);
+    }
     return DriveArguments::report(options.folder ? drive.drive().cloudAddFolder(relative[0])
                                                  : drive.drive().cloudAdd(relative[0], options.document));
   }

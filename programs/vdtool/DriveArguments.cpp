@@ -5,6 +5,8 @@
 #include <cstdio>
 
 #include "host/drive/DrivePaths.h"
+#include "model/FileUtils.h"
+#include "programs/vdtool/TerminalText.h"
 #include "platform/Platform.h"
 #include "platform/SyncContainer.h"
 #include "platform/SyncContainerService.h"
@@ -99,6 +101,26 @@ bool DriveArguments::resolve(const std::vector<std::string>& arguments, std::vec
   return true;
 }
 
+std::optional<Error> DriveArguments::checkNewNames(const std::string& path) const {
+  std::optional<Error> refused;
+  for (std::string current = path; current.size() > drive_.root().size() && current != "/";
+       current = splitParent(current).first) {
+    struct stat info {};
+    if (::lstat(current.c_str(), &info) == 0 || ::lstat(placeholderPathFor(current).c_str(), &info) == 0) {
+      break;  // it and its folders exist: their names are not this command's
+    }
+    const std::string name = splitParent(current).second;
+    if (!FileUtils::isValidFilename(name)) {
+      refused = Error::platform(
+          ErrorCode::FileWriteInvalidFileName,
+          {{std::string(platform::kLocalizedDescriptionKey),
+            platform::Value("The file name “" + name + "” is invalid.")},
+           {std::string(platform::kFilePathErrorKey), platform::Value(current)}});
+    }
+  }
+  return refused;
+}
+
 int DriveArguments::report(const std::optional<Error>& error) {
   if (error) {
     printError(*error);
@@ -120,12 +142,13 @@ int DriveArguments::forEach(const std::vector<std::string>& paths,
 }
 
 void DriveArguments::printError(const Error& error) {
-  std::fprintf(stderr, "vdtool: %s %lld: %s\n", error.domain().c_str(), static_cast<long long>(error.code()),
-               error.localizedDescription().value_or(error.description()).c_str());
+  std::fprintf(stderr, "vdtool: %s %lld: %s\n", terminalText(error.domain()).c_str(),
+               static_cast<long long>(error.code()),
+               terminalText(error.localizedDescription().value_or(error.description())).c_str());
 }
 
 void DriveArguments::printError(const std::string& message) {
-  std::fprintf(stderr, "vdtool: %s\n", message.c_str());
+  std::fprintf(stderr, "vdtool: %s\n", terminalText(message).c_str());
 }
 
 std::vector<std::string> splitList(const std::string& text) {

@@ -36,13 +36,18 @@ class DriveArguments {
 
   // Resolves every argument; prints why not and answers false.
   bool resolve(const std::vector<std::string>& arguments, std::vector<std::string>& paths);
+  // The app's file-name rule (FileUtils::isValidFilename) for every name of
+  // `path` that does not exist yet, i.e. that the command would make: error
+  // 514 naming the first invalid one. mkdir, cloud add and rename share it.
+  std::optional<platform::Error> checkNewNames(const std::string& path) const;
   // Prints the error, if any; the exit status for it.
   static int report(const std::optional<platform::Error>& error);
   // Runs `change` on each path, printing each error; the exit status.
   static int forEach(const std::vector<std::string>& paths,
                      const std::function<std::optional<platform::Error>(const std::string&)>& change);
 
-  // "vdtool: <domain> <code>: <description>" on standard error.
+  // "vdtool: <domain> <code>: <description>" on standard error, made safe
+  // for a terminal (TerminalText.h).
   static void printError(const platform::Error& error);
   static void printError(const std::string& message);
 

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "programs/vdtool/DriveArguments.h"
+#include "programs/vdtool/TerminalText.h"
 #include "model/DRItem.h"
 #include "platform/Platform.h"
 #include "platform/URLResourceService.h"
@@ -91,7 +92,7 @@ int runItem(VdtoolContext& context, const std::vector<std::string>& arguments) {
                            : nlohmann::json(nullptr);
   }
   out["thumbnailFetched"] = item->thumbnailFetched();
-  std::printf("%s\n", out.dump(2).c_str());
+  std::printf("%s\n", jsonText(out).c_str());
   return 0;
 }
 

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "programs/vdtool/DriveArguments.h"
+#include "programs/vdtool/TerminalText.h"
 #include "model/DRItem.h"
 #include "platform/Platform.h"
 #include "platform/SyncContainer.h"
@@ -76,7 +77,7 @@ int runLs(VdtoolContext& context, const std::vector<std::string>& arguments) {
     auto item = DRItem::initWithURL(url);
     if (!item) {
       ++unreadable;
-      std::fprintf(stderr, "vdtool: cannot read %s\n", url.path().c_str());
+      std::fprintf(stderr, "vdtool: cannot read %s\n", terminalText(url.path()).c_str());
       continue;
     }
     std::string name = item->localizedName().value_or(url.lastPathComponent());
@@ -98,12 +99,12 @@ int runLs(VdtoolContext& context, const std::vector<std::string>& arguments) {
                          {"isDownloaded", item->isDownloaded()},
                          {"tags", item->tags().value_or(std::vector<std::string>{})}});
     } else {
-      std::printf("%-9s %10s %-10s %s%s%s\n", kind.c_str(), size.c_str(), where.c_str(), name.c_str(),
-                  tags.empty() ? "" : "  #", tags.c_str());
+      std::printf("%-9s %10s %-10s %s%s%s\n", kind.c_str(), size.c_str(), where.c_str(), terminalText(name).c_str(),
+                  tags.empty() ? "" : "  #", terminalText(tags).c_str());
     }
   }
   if (json) {
-    std::printf("%s\n", listing.dump(2).c_str());
+    std::printf("%s\n", jsonText(listing).c_str());
   }
   return unreadable == 0 ? 0 : kExitFailure;
 }

@@ -20,6 +20,9 @@ int runMkdir(VdtoolContext& context, const std::vector<std::string>& arguments) 
   if (!drive.resolve(arguments, paths)) {
     return kExitFailure;
   }
+  if (auto invalid = drive.checkNewNames(paths[0])) {
+    return DriveArguments::report(invalid);
+  }
   return DriveArguments::report(FileUtils::mkdir(URL::fileURLWithPath(paths[0], true)));
 }
 

@@ -1,10 +1,12 @@
 // vdtool mv PATH DESTINATION: a move through FileUtils as the app makes it.
 // DESTINATION is a folder to move into, or the item's full new path; a taken
-// name gives its first free variant, which is printed.
+// name gives its first free variant. Prints where the item is now, as the
+// move reports it (not a guess made before it).
 
 #include <cstdio>
 
 #include "programs/vdtool/DriveArguments.h"
+#include "programs/vdtool/TerminalText.h"
 #include "model/FileUtils.h"
 
 namespace velune::host::vdtool {
@@ -29,11 +31,11 @@ int runMv(VdtoolContext& context, const std::vector<std::string>& arguments) {
   if (paths[1] != paths[0] && FileUtils::isDir(folder)) {
     destination = folder.URLByAppendingPathComponent(source.lastPathComponent(), source.hasDirectoryPath());
   }
-  const URL expected = FileUtils::exists(destination) ? FileUtils::generateUniquePath(destination) : destination;
-  if (auto error = FileUtils::move(source, destination)) {
+  URL moved = destination;
+  if (auto error = FileUtils::move(source, destination, &moved)) {
     return DriveArguments::report(error);
   }
-  std::printf("%s\n", expected.path().c_str());
+  std::printf("%s\n", terminalText(moved.path()).c_str());
   return 0;
 }
 

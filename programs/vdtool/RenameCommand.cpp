@@ -1,11 +1,11 @@
 // vdtool rename PATH NEW-NAME: a rename through UIUtils as the app makes it
-// (the extension is kept; a taken name gives its first free variant, which
-// is printed; an invalid name is error 514).
+// (the extension is kept; a taken name gives its first free variant; an
+// invalid name is error 514). Prints the name the item has now.
 
 #include <cstdio>
 
 #include "programs/vdtool/DriveArguments.h"
-#include "model/FileUtils.h"
+#include "programs/vdtool/TerminalText.h"
 #include "views/UIUtils.h"
 
 namespace velune::host::vdtool {
@@ -24,13 +24,11 @@ int runRename(VdtoolContext& context, const std::vector<std::string>& arguments)
     return kExitFailure;
   }
   const URL item = drive.url(paths[0]);
-  const URL renamed = UIUtils::computeNewURL(item, arguments[1]);
-  const URL expected =
-      !(renamed == item) && FileUtils::exists(renamed) ? FileUtils::generateUniquePath(renamed) : renamed;
-  if (auto error = UIUtils::renameItemAtURL(item, arguments[1])) {
+  URL renamed = item;
+  if (auto error = UIUtils::renameItemAtURL(item, arguments[1], &renamed)) {
     return DriveArguments::report(error);
   }
-  std::printf("%s\n", expected.lastPathComponent().c_str());
+  std::printf("%s\n", terminalText(renamed.lastPathComponent()).c_str());
   return 0;
 }
 

@@ -6,6 +6,8 @@
 // services); their log lines go to the home's log file, and to standard error
 // with --verbose.
 
+#include <sys/stat.h>
+
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -15,6 +17,8 @@
 #include "diag/DRPlatformLogSink.h"
 #include "host/HostPlatform.h"
 #include "host/MemoryConsoleLog.h"
+#include "host/drive/TemporaryFileSweeper.h"
+#include "programs/vdtool/TerminalText.h"
 #include "programs/vdtool/VdtoolCommand.h"
 
 namespace velune::host::vdtool {
@@ -57,7 +61,7 @@ int main(int argc, char** argv) {
       printUsage(stdout);
       return 0;
     } else if (arg.starts_with("--")) {
-      std::fprintf(stderr, "vdtool: unknown option %s\n", argv[i]);
+      std::fprintf(stderr, "vdtool: unknown option %s\n", terminalText(argv[i]).c_str());
       printUsage(stderr);
       return kExitUsage;
     } else {
@@ -71,21 +75,32 @@ int main(int argc, char** argv) {
   const auto& commands = VdtoolCommand::all();
   const auto found = commands.find(argv[i]);
   if (found == commands.end()) {
-    std::fprintf(stderr, "vdtool: unknown command %s\n", argv[i]);
+    std::fprintf(stderr, "vdtool: unknown command %s\n", terminalText(argv[i]).c_str());
     printUsage(stderr);
     return kExitUsage;
   }
   const std::vector<std::string> arguments(argv + i + 1, argv + argc);
 
+  // A relative home would make the drive's paths relative, which its checks
+  // of what is inside refuse.
+  home = HomeLayout::absoluteHome(home);
+  struct stat homeInfo {};
+  const bool homeExists = ::stat(home.c_str(), &homeInfo) == 0;
+
   HostOptions options;
   options.home = home;
-  options.systemLog = SystemLogKind::File;
+  // No log file either when there is no home: asking about a home that does
+  // not exist must not make one.
+  options.systemLog = homeExists ? SystemLogKind::File : SystemLogKind::Memory;
   auto services = HostPlatform::makeServices(options);
   if (!verbose) {
     services.consoleLog = std::make_shared<MemoryConsoleLog>();  // keep standard error for results
   }
   velune::platform::Platform::install(std::move(services));
   velune::DRPlatformLogSink::install();
+  // What a killed command or app left behind goes before anything reads the drive.
+  const HomeLayout layout(home);
+  TemporaryFileSweeper(layout.mobileDocuments(), layout.cloud()).sweep();
 
   VdtoolContext context{HomeLayout(home), verbose};
   const int status = found->second.run(context, arguments);

@@ -7,6 +7,7 @@
 //                  [-Key value ...]
 //   velunedriveapp --make-demo-home DIR
 
+#include <signal.h>
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -23,6 +24,7 @@
 #include "host/LinuxApplicationHost.h"
 #include "host/RecordingSystemLog.h"
 #include "host/drive/DemoHome.h"
+#include "host/drive/TemporaryFileSweeper.h"
 #include "shell/ScreenService.h"
 
 namespace {
@@ -51,6 +53,9 @@ void printUsage(FILE* to) {
 int main(int argc, char** argv) {
   // Before any thread exists, so that only the host's watcher receives them.
   velune::host::LinuxApplicationHost::blockTerminationSignals();
+  // A console that went away (`velunedriveapp 2>&1 | head -1`) loses its
+  // lines; the application and its log file go on.
+  ::signal(SIGPIPE, SIG_IGN);
 
   velune::host::HostOptions options;
   options.home = velune::host::HomeLayout::defaultDemoHome();
@@ -143,6 +148,9 @@ int main(int argc, char** argv) {
     }
   }
   options.argumentDomain = velune::host::JsonPreferencesStore::argumentDomain(argc, argv);
+  // A relative home would make the drive's paths relative, which its checks
+  // of what is inside refuse.
+  options.home = velune::host::HomeLayout::absoluteHome(options.home);
 
   const velune::host::HomeLayout layout(options.home);
   struct stat homeInfo {};
@@ -171,5 +179,7 @@ int main(int argc, char** argv) {
   velune::platform::Platform::install(std::move(services));
   // The host's own records go to the app's log client, like the app's.
   velune::DRPlatformLogSink::install();
+  // What a killed app or command left behind goes before the app reads the drive.
+  velune::host::TemporaryFileSweeper(layout.mobileDocuments(), layout.cloud()).sweep();
   return velune::main(argc, argv);
 }
