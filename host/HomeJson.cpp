@@ -1,26 +1,50 @@
 #include "host/HomeJson.h"
 
+#include <algorithm>
+
 namespace velune::host {
 
 namespace {
 
+// The deepest nesting of arrays and objects in the text, counted without
+// parsing (brackets inside strings do not count); stops early past `limit`.
+size_t nestingDepth(std::string_view text, size_t limit) {
+  size_t depth = 0;
+  size_t deepest = 0;
+  bool inString = false;
+  bool escaped = false;
+  for (const char c : text) {
+    if (inString) {
+      if (escaped) {
+        escaped = false;
+      } else if (c == '\\') {
+        escaped = true;
+      } else if (c == '"') {
+        inString = false;
+      }
+    } else if (c == '"') {
+      inString = true;
+    } else if (c == '[' || c == '{') {
+      deepest = std::max(deepest, ++depth);
+      if (deepest > limit) {
+        return deepest;
+      }
+    } else if ((c == ']' || c == '}') && depth > 0) {
+      --depth;
+    }
+  }
+  return deepest;
+}
+
 template <typename Json>
 Json parseLimited(std::string_view text, bool* tooDeepResult) {
-  // The parser itself keeps its own stack; only the values it builds are
-  // recursive. Deeper values are refused while parsing, before they exist.
-  bool tooDeep = false;
-  const typename Json::parser_callback_t limit = [&tooDeep](int depth, typename Json::parse_event_t, Json&) {
-    if (static_cast<std::size_t>(depth) > kHomeJsonMaximumDepth) {
-      tooDeep = true;
-      return false;
-    }
-    return true;
-  };
-  Json json = Json::parse(text, limit, /*allow_exceptions=*/false);
+  // The values the parser builds, and every walk over them, are recursive:
+  // a deeper text is refused before it is parsed.
+  const bool tooDeep = nestingDepth(text, kHomeJsonMaximumDepth) > kHomeJsonMaximumDepth;
   if (tooDeepResult != nullptr) {
     *tooDeepResult = tooDeep;
   }
-  return tooDeep ? Json(Json::value_t::discarded) : json;
+  return tooDeep ? Json(Json::value_t::discarded) : Json::parse(text, nullptr, /*allow_exceptions=*/false);
 }
 
 }  // namespace
