@@ -57,6 +57,10 @@ TEST_F(HostQuotaServiceTest, Count_TakesLogicalSizesOfFilesOnlyAndStaysInsideThe
   writeBytes(home.file("outside/big.bin"), 5000);
   std::filesystem::create_symlink(home.file("outside/big.bin"), layout.cloud() + "/link-to-file");
   std::filesystem::create_directory_symlink(home.file("outside"), layout.cloud() + "/link-to-folder");
+  // A copy in progress (or left by a killed process) is no one's document.
+  writeBytes(layout.cloud() + "/Documents/.vdtmp-123-456-0-1", 7000);
+  std::filesystem::create_directory(layout.cloud() + "/Documents/.vdtmp-123-456-1-2");
+  writeBytes(layout.cloud() + "/Documents/.vdtmp-123-456-1-2/inside.bin", 300);
 
   const auto stored = HostQuotaService::bytesStored(layout.cloud());
   ASSERT_TRUE(stored.ok()) << stored.error().description();

@@ -1,9 +1,11 @@
 #include "host/JsonPreferencesStore.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
+#include <functional>
 
 #include "host/FileIO.h"
 #include "tests/support/TestSupport.h"
@@ -54,6 +56,29 @@ TEST(JsonPreferencesStore, CorruptFileReadsAsEmptyAndIsKeptAsideBeforeTheFirstWr
   { std::ofstream(path) << "[1, 2]"; }  // valid JSON, but not an object
   JsonPreferencesStore array(path);
   EXPECT_TRUE(array.objectForKey("GridMode").isNull());
+}
+
+TEST(JsonPreferencesStore, UnreadableFileReadsAsEmptyAndIsKeptAsideNotOverwritten) {
+  // A preferences file that could not be read was taken as empty and then overwritten.
+  testing::TempDirectory dir;
+  const std::string deep = std::string(100000, '[') + std::string(100000, ']');
+  const std::vector<std::pair<std::string, std::function<void(const std::string&)>>> kinds = {
+      {"a link to /dev/zero", [](const std::string& path) { ASSERT_EQ(::symlink("/dev/zero", path.c_str()), 0); }},
+      {"a FIFO", [](const std::string& path) { ASSERT_EQ(::mkfifo(path.c_str(), 0644), 0); }},
+      {"a folder", [](const std::string& path) { ASSERT_EQ(::mkdir(path.c_str(), 0755), 0); }},
+      {"nested too deep", [&deep](const std::string& path) { std::ofstream(path) << deep; }},
+      {"too large", [](const std::string& path) { std::ofstream(path) << "{\"k\": \"" << std::string(2 << 20, 'x') << "\"}"; }},
+  };
+  for (const auto& [kind, make] : kinds) {
+    const std::string path = dir.file(std::to_string(std::hash<std::string>()(kind)) + ".json");
+    make(path);
+    JsonPreferencesStore store(path);
+    EXPECT_TRUE(store.objectForKey("k").isNull()) << kind;
+    store.setObject("GridMode", Value(true));
+    struct stat aside {};
+    EXPECT_EQ(::lstat((path + ".corrupt").c_str(), &aside), 0) << kind << " kept aside";
+    EXPECT_TRUE(JsonPreferencesStore(path).boolForKey("GridMode")) << kind;
+  }
 }
 
 // The folder of the preferences cannot be written (here: a file stands where
