@@ -184,7 +184,8 @@ TEST_P(BadHomeFileAppTest, AppStartsAndEndsCleanly) {
   const auto& [file, badness] = GetParam();
   makeBad(home_.home() + "/" + file.relative, badness);
   RunningApp app(home_, home_.scratch("app.err"));
-  EXPECT_TRUE(app.waitForOutput("Size: ")) << app.errors();
+  // The banner's second line (level 6: the level the defaults give).
+  EXPECT_TRUE(app.waitForOutput("Built (")) << app.errors();
   EXPECT_TRUE(exitedCleanly(app.stop())) << app.errors();
 }
 
