@@ -20,7 +20,7 @@ std::string terminalText(std::string_view text) {
   const std::string valid = platform::validUTF8(text);
   const auto codePoints = platform::unicode::decodeUTF8(valid);
   if (!codePoints) {
-    return valid;  // validUTF8() always gives UTF-8; kept for safety of the type
+    return valid;  // cannot happen: validUTF8() gives UTF-8
   }
   std::string out;
   out.reserve(valid.size());
