@@ -79,6 +79,10 @@ bool isPlainName(const std::string& name) {
          name.find('\0') == std::string::npos;
 }
 
+// Deeper folders are not visited: the walk holds one descriptor and one
+// stack frame per level, and a home can be made as deep as anyone likes.
+constexpr int kMaximumDepth = 256;
+
 bool isDeadTemporary(const std::string& name) {
   const auto owner = temporaryNameOwner(name);
   return owner && !isTemporaryOwnerRunning(*owner);
@@ -102,10 +106,10 @@ TemporaryFileSweeper::Report TemporaryFileSweeper::sweep() {
   // The phone's side first: its journals decide by what the cloud side still
   // holds, which the cloud side's own sweep would remove.
   if (drive.valid()) {
-    sweepFolder(drive.get(), "", true, cloud.get(), report);
+    sweepFolder(drive.get(), "", true, cloud.get(), 0, report);
   }
   if (cloud.valid()) {
-    sweepFolder(cloud.get(), "", false, -1, report);
+    sweepFolder(cloud.get(), "", false, -1, 0, report);
   }
   ::flock(lockFd, LOCK_UN);
   if (report.removed + report.completed + report.undone > 0) {
@@ -117,7 +121,7 @@ TemporaryFileSweeper::Report TemporaryFileSweeper::sweep() {
 }
 
 void TemporaryFileSweeper::sweepFolder(int folderFd, const std::string& relative, bool driveSide, int cloudRootFd,
-                                       Report& report) {
+                                       int depth, Report& report) {
   const auto names = namesOf(folderFd);
   if (driveSide) {
     for (const auto& entry : names) {
@@ -138,13 +142,13 @@ void TemporaryFileSweeper::sweepFolder(int folderFd, const std::string& relative
       }
       continue;
     }
-    if (entry.type != DT_DIR && entry.type != DT_UNKNOWN) {
+    if ((entry.type != DT_DIR && entry.type != DT_UNKNOWN) || depth >= kMaximumDepth) {
       continue;
     }
     const UniqueFd inner(::openat(folderFd, entry.name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (inner.valid()) {
       sweepFolder(inner.get(), relative.empty() ? entry.name : relative + "/" + entry.name, driveSide, cloudRootFd,
-                  report);
+                  depth + 1, report);
     }
   }
 }

@@ -12,7 +12,8 @@
 //   version); otherwise both staged copies are removed (both keep the old).
 //
 // The walk opens each folder relative to its parent without following links,
-// so it never leaves the drive or the cloud side. Sweeps of several
+// so it never leaves the drive or the cloud side, and goes no deeper than 256
+// folders (the drive's own files are never that deep). Sweeps of several
 // processes are serialised by a lock on the cloud side's folder.
 //
 // Any thread; one sweep at a time per home.
@@ -33,7 +34,8 @@ class TemporaryFileSweeper {
   Report sweep();
 
  private:
-  void sweepFolder(int folderFd, const std::string& relative, bool driveSide, int cloudRootFd, Report& report);
+  void sweepFolder(int folderFd, const std::string& relative, bool driveSide, int cloudRootFd, int depth,
+                   Report& report);
   void finishReplacement(int folderFd, const std::string& journal, const std::string& relative, int cloudRootFd,
                          Report& report);
 

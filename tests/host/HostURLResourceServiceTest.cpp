@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -152,6 +153,19 @@ TEST_F(HostURLResourceServiceTest, ThumbnailsOfPhotos) {
   ASSERT_TRUE(value.ok());
   EXPECT_TRUE(value.value().isNull());
   EXPECT_FALSE(ThumbnailMaker::thumbnailOfFile(home_.documents() + "/none.png"));
+}
+
+TEST_F(HostURLResourceServiceTest, Thumbnail_OfAFifoOrADeviceUnderAPicturesName_IsNoneAndNeverWaits) {
+  // A FIFO named like a picture blocked the thumbnail's reader for ever.
+  const std::string fifo = home_.documents() + "/Pipe.png";
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0644), 0);
+  EXPECT_FALSE(ThumbnailMaker::thumbnailOfFile(fifo));
+  const std::string device = home_.documents() + "/Zero.jpg";
+  ASSERT_EQ(::symlink("/dev/zero", device.c_str()), 0);
+  EXPECT_FALSE(ThumbnailMaker::thumbnailOfFile(device));
+  auto value = resources().resourceValueForKey(URL::fileURLWithPath(fifo, false), keys::ThumbnailDictionary);
+  ASSERT_TRUE(value.ok());
+  EXPECT_TRUE(value.value().isNull());
 }
 
 }  // namespace

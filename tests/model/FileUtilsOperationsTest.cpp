@@ -266,6 +266,26 @@ TEST_F(FileUtilsOperationsTest, Move_ToATakenNameGoesToTheFirstFreeVariant) {
   EXPECT_EQ(DriveTestHome::read(folder + "/archive.tar 2.gz"), "moved archive");
 }
 
+TEST_F(FileUtilsOperationsTest, Move_ReportsWhereTheItemWent) {
+  // vdtool printed a destination guessed before the move, which differed from
+  // where the move put the item when the names changed meanwhile, and printed
+  // a new name for a move onto itself.
+  const std::string folder = home_.makeFolder(home_.documents() + "/Reports");
+  home_.writeDocument(folder + "/Report.pdf", "first");
+  const std::string report = home_.writeDocument(home_.documents() + "/Report.pdf", "moved");
+  // Another process takes the variant a caller would have guessed.
+  home_.writeDocument(folder + "/Report 2.pdf", "theirs");
+  URL moved;
+  EXPECT_FALSE(FileUtils::move(fileURL(report), fileURL(folder + "/Report.pdf"), &moved));
+  EXPECT_EQ(moved.path(), folder + "/Report 3.pdf");
+  EXPECT_EQ(DriveTestHome::read(folder + "/Report 3.pdf"), "moved");
+  EXPECT_FALSE(FileUtils::move(moved, moved, &moved));
+  EXPECT_EQ(moved.path(), folder + "/Report 3.pdf");
+  URL untouched = fileURL("/unchanged");
+  EXPECT_TRUE(FileUtils::move(fileURL(home_.documents() + "/Missing.txt"), fileURL(folder + "/Missing.txt"), &untouched));
+  EXPECT_EQ(untouched.path(), "/unchanged") << "nothing is reported for a failed move";
+}
+
 TEST_F(FileUtilsOperationsTest, Move_FileAndFolderNeverTakeEachOthersPlace) {
   const std::string file = home_.writeDocument(home_.documents() + "/Paper.txt", "paper");
   const std::string folder = home_.makeFolder(home_.documents() + "/Box");
