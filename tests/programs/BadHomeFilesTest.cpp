@@ -98,7 +98,7 @@ TEST_P(BadHomeFileTest, EveryKindOfCommand_EndsWithoutCrashingOrHanging) {
            {"evict", "Velune Drive/Welcome.txt"},
        }) {
     ProgramOptions options;
-    options.timeoutSeconds = 30;
+    options.timeoutSeconds = 15;
     const auto run = home_.vdtool(arguments, options);
     EXPECT_TRUE(run.exited && (run.status == 0 || run.status == 1))
         << arguments[0] << " " << arguments.back() << ": " << run.describe() << "\n" << run.err;
@@ -184,8 +184,8 @@ TEST_P(BadHomeFileAppTest, AppStartsAndEndsCleanly) {
   const auto& [file, badness] = GetParam();
   makeBad(home_.home() + "/" + file.relative, badness);
   RunningApp app(home_, home_.scratch("app.err"));
-  // The banner's second line (level 6: the level the defaults give).
-  EXPECT_TRUE(app.waitForOutput("Built (")) << app.errors();
+  // Up and running (a line of level 6, the level the defaults give).
+  EXPECT_TRUE(app.waitForOutput("The screen is served on")) << app.errors();
   EXPECT_TRUE(exitedCleanly(app.stop())) << app.errors();
 }
 
@@ -201,7 +201,7 @@ TEST(BadDeviceJsonWhileRunning, TheRunningAppReportsItAndGoesOn) {
   // Writing a deeply nested device.json (or linking it to /dev/zero) killed an app already running.
   ProgramTestHome home;
   RunningApp app(home, home.scratch("app.err"));
-  ASSERT_TRUE(app.waitForOutput("Size: ")) << app.errors();
+  ASSERT_TRUE(app.waitForOutput("The screen is served on")) << app.errors();
   const std::string device = home.home() + "/device.json";
 
   DriveTestHome::writeRaw(device + ".new", deeplyNested(100000));

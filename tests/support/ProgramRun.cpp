@@ -94,6 +94,14 @@ pid_t startProgram(const std::vector<std::string>& arguments, const ProgramOptio
     if (outFd < 0 || errFd < 0 || inFd < 0 || ::dup2(inFd, 0) < 0 || ::dup2(outFd, 1) < 0 || ::dup2(errFd, 2) < 0) {
       ::_exit(126);
     }
+    // A test run in the background of a shell inherits ignored SIGINT and
+    // SIGQUIT; the program gets the default dispositions and no blocked signal.
+    for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE}) {
+      ::signal(signal, SIG_DFL);
+    }
+    sigset_t none;
+    sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
     if (!options.workingDirectory.empty() && ::chdir(options.workingDirectory.c_str()) != 0) {
       ::_exit(126);
     }
