@@ -3,7 +3,6 @@
 #include <cstdio>
 
 #include "platform/UTF8.h"
-#include "platform/Unicode.h"
 
 namespace velune::host::vdtool {
 
@@ -18,7 +17,7 @@ bool isHarmful(char32_t c) {
 
 std::string terminalText(std::string_view text) {
   const std::string valid = platform::validUTF8(text);
-  const auto codePoints = platform::unicode::decodeUTF8(valid);
+  const auto codePoints = platform::decodeUTF8(valid);
   if (!codePoints) {
     return valid;  // cannot happen: validUTF8() gives UTF-8
   }
@@ -26,7 +25,7 @@ std::string terminalText(std::string_view text) {
   out.reserve(valid.size());
   for (const char32_t c : *codePoints) {
     if (!isHarmful(c)) {
-      out += platform::unicode::encodeUTF8(std::u32string_view(&c, 1));
+      out += platform::encodeUTF8(std::u32string_view(&c, 1));
       continue;
     }
     char escape[16];

@@ -28,10 +28,7 @@ TEST(AppSignals, AClosedConsole_NeitherKillsTheAppNorLosesRecords) {
   if (pid == 0) {
     ::signal(SIGPIPE, SIG_DFL);  // the program must ignore it itself
     ::dup2(pipeFds[1], STDERR_FILENO);
-    // Without the screen: TERM comes early in the start here, and a TERM that
-    // early is sometimes lost while the screen's server starts (see the
-    // other test, which waits for the screen).
-    ::execl(app.c_str(), app.c_str(), "--home", homePath.c_str(), "--system-log", "file", "--no-screen",
+    ::execl(app.c_str(), app.c_str(), "--home", homePath.c_str(), "--system-log", "file",
             static_cast<char*>(nullptr));
     ::_exit(127);
   }

@@ -7,7 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/Unicode.h"
+#include "platform/UTF8.h"
 #include "tests/programs/ProgramTestHome.h"
 
 namespace velune::testing {
@@ -18,7 +18,7 @@ const std::string kEscapes = "Red \x1b[31mtext\x07.txt";
 
 // Whether the text is UTF-8 without control characters other than line feeds.
 bool isSafeForATerminal(const std::string& text) {
-  if (!platform::unicode::decodeUTF8(text)) {
+  if (!platform::isValidUTF8(text)) {
     return false;
   }
   for (const unsigned char c : text) {
