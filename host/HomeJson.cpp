@@ -37,10 +37,10 @@ size_t nestingDepth(std::string_view text, size_t limit) {
 }
 
 template <typename Json>
-Json parseLimited(std::string_view text, bool* tooDeepResult) {
+Json parseLimited(std::string_view text, bool* tooDeepResult, size_t maximumDepth) {
   // The values the parser builds, and every walk over them, are recursive:
   // a deeper text is refused before it is parsed.
-  const bool tooDeep = nestingDepth(text, kHomeJsonMaximumDepth) > kHomeJsonMaximumDepth;
+  const bool tooDeep = nestingDepth(text, maximumDepth) > maximumDepth;
   if (tooDeepResult != nullptr) {
     *tooDeepResult = tooDeep;
   }
@@ -49,12 +49,12 @@ Json parseLimited(std::string_view text, bool* tooDeepResult) {
 
 }  // namespace
 
-nlohmann::json parseHomeJson(std::string_view text, bool* tooDeep) {
-  return parseLimited<nlohmann::json>(text, tooDeep);
+nlohmann::json parseHomeJson(std::string_view text, bool* tooDeep, size_t maximumDepth) {
+  return parseLimited<nlohmann::json>(text, tooDeep, maximumDepth);
 }
 
-nlohmann::ordered_json parseHomeOrderedJson(std::string_view text, bool* tooDeep) {
-  return parseLimited<nlohmann::ordered_json>(text, tooDeep);
+nlohmann::ordered_json parseHomeOrderedJson(std::string_view text, bool* tooDeep, size_t maximumDepth) {
+  return parseLimited<nlohmann::ordered_json>(text, tooDeep, maximumDepth);
 }
 
 std::string homeJsonText(const nlohmann::json& value) {

@@ -18,10 +18,12 @@ namespace velune::host {
 inline constexpr std::size_t kHomeJsonMaximumDepth = 64;
 
 // The parsed value, or a discarded value (is_discarded()) when the text is
-// not JSON or nests deeper than kHomeJsonMaximumDepth; `tooDeep` tells the
-// second. Never throws.
-nlohmann::json parseHomeJson(std::string_view text, bool* tooDeep = nullptr);
-nlohmann::ordered_json parseHomeOrderedJson(std::string_view text, bool* tooDeep = nullptr);
+// not JSON or nests deeper than `maximumDepth`; `tooDeep` tells the second.
+// Never throws.
+nlohmann::json parseHomeJson(std::string_view text, bool* tooDeep = nullptr,
+                             std::size_t maximumDepth = kHomeJsonMaximumDepth);
+nlohmann::ordered_json parseHomeOrderedJson(std::string_view text, bool* tooDeep = nullptr,
+                                            std::size_t maximumDepth = kHomeJsonMaximumDepth);
 
 // The file text of a value (indented, a final newline); bytes that are not
 // UTF-8 in its texts are written as U+FFFD instead of throwing.

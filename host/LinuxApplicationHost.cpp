@@ -145,9 +145,14 @@ bool LinuxApplicationHost::openLaunchURL(const LaunchURLRequest& request) {
   // The host, not the sender, says who opens: a claim counts only for an
   // application installed on this phone.
   std::optional<std::string> source;
-  if (request.claimedSource && home_ &&
-      InstalledApplications::read(home_->appsJson()).isInstalled(*request.claimedSource)) {
-    source = request.claimedSource;
+  if (request.claimedSource && home_) {
+    std::vector<std::string> problems;
+    if (InstalledApplications::read(home_->appsJson(), &problems).isInstalled(*request.claimedSource)) {
+      source = request.claimedSource;
+    }
+    for (const auto& problem : problems) {
+      PLATFORM_LOG(kLogWarning, "%@", problem);
+    }
   }
   PLATFORM_LOG(kLogInfo, "Launch URL %@ from pid %d (%@), claiming %@, reported as %@", request.url,
         static_cast<int>(request.pid), request.executable, request.claimedSource,
@@ -188,8 +193,17 @@ void LinuxApplicationHost::restoreApplicationState() {
     return;
   }
   auto archive = readBoundedJsonFile(stateArchivePath(*home_), 64 * 1024, 8);
-  if (!archive.ok() || !archive.value().is_object()) {
+  if (!archive.ok()) {
+    const auto& error = archive.error();
+    if (error.code() != platform::ErrorCode::FileReadNoSuchFile && error.code() != platform::ErrorCode::FileNoSuchFile) {
+      PLATFORM_LOG(kLogWarning, "The saved interface state is not restored: %@",
+                   error.localizedDescription().value_or(error.description()));
+    }
     return;  // nothing saved, or nothing usable
+  }
+  if (!archive.value().is_object()) {
+    PLATFORM_LOG(kLogWarning, "The saved interface state is not restored: it is not a JSON object");
+    return;
   }
   if (!delegate_->applicationShouldRestoreApplicationState(*this)) {
     return;

@@ -6,6 +6,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <functional>
 #include <mutex>
 
 #include "host/FileIO.h"
@@ -148,17 +149,26 @@ TEST(InstalledApplications, Read_OnlyARegularBoundedFileWithUsableEntries) {
   EXPECT_FALSE(mixed.applications()[0].opensInPlace);
   EXPECT_EQ(problems.size(), 3U);
 
-  // A link, a FIFO (which must not block), a deep nesting and a huge file list nothing.
+  // A link, a FIFO (which must not block), a deep nesting and a huge file list
+  // nothing, and the problem says which of them the file was.
+  const auto readsNothingBecause = [](const std::string& file, const std::string& why) {
+    std::vector<std::string> found;
+    EXPECT_TRUE(host::InstalledApplications::read(file, &found).applications().empty()) << why;
+    ASSERT_EQ(found.size(), 1U) << why;
+    EXPECT_NE(found[0].find(why), std::string::npos) << found[0];
+  };
   const std::string link = temp.file("link.json");
   ASSERT_EQ(::symlink(path.c_str(), link.c_str()), 0);
-  EXPECT_TRUE(host::InstalledApplications::read(link).applications().empty());
+  readsNothingBecause(link, "“link.json” is a symbolic link; it is not followed.");
   const std::string fifo = temp.file("fifo.json");
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-  EXPECT_TRUE(host::InstalledApplications::read(fifo).applications().empty());
+  readsNothingBecause(fifo, "“fifo.json” is not a regular file.");
   ASSERT_FALSE(host::writeFileAtomically(path, "{\"applications\": " + std::string(5000, '[') + std::string(5000, ']') + "}"));
-  EXPECT_TRUE(host::InstalledApplications::read(path).applications().empty());
+  readsNothingBecause(path, "“apps.json” nests deeper than 8 levels.");
   ASSERT_FALSE(host::writeFileAtomically(path, std::string(host::InstalledApplications::kMaxFileBytes + 1, ' ')));
-  EXPECT_TRUE(host::InstalledApplications::read(path).applications().empty());
+  readsNothingBecause(path, "“apps.json” is too large to be read.");
+  ASSERT_FALSE(host::writeFileAtomically(path, "{\"applications\": ["));
+  readsNothingBecause(path, "“apps.json” is not JSON.");
 }
 
 // Records what the host asks of its delegate.
@@ -237,6 +247,76 @@ TEST(LinuxApplicationHost, OpenAndRestore_OnlyInstalledSourcesAreReportedAndTheS
   next->decoded.clear();
   host->restoreApplicationState();
   EXPECT_TRUE(next->decoded.empty());
+  testing::runMainUntilIdle();
+}
+
+bool loggedWarningStartingWith(const std::string& prefix) {
+  for (const auto& message : testing::loggedMessages()) {
+    if (message.starts_with(prefix)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+TEST(LinuxApplicationHost, UnusableStateAndAppsFiles_AreReportedAndNotUsed) {
+  // A saved interface state or an apps.json that could not be used was
+  // dropped without a word, so a broken home gave no clue why the app forgot.
+  testing::installDevice();
+  testing::TempDirectory temp;
+  HomeLayout layout(temp.path());
+  ASSERT_FALSE(layout.ensureSkeleton());
+  auto host = std::make_shared<host::LinuxApplicationHost>();
+  host->setHome(layout);
+  auto delegate = std::make_shared<RecordingDelegate>();
+  host->setDelegate(delegate);
+  auto root = std::make_shared<RestorableController>();
+  root->setRestorationIdentifier("Root");
+  auto window = testing::showInWindow(root);
+
+  // Nothing saved yet is no problem.
+  testing::clearLogs();
+  host->restoreApplicationState();
+  EXPECT_FALSE(loggedWarningStartingWith("The saved interface state is not restored")) << "no file";
+
+  const std::string state = host::LinuxApplicationHost::stateArchivePath(layout);
+  const struct {
+    const char* name;
+    std::function<void()> make;
+    const char* why;
+  } badStates[] = {
+      {"link", [&] { ASSERT_EQ(::symlink("/dev/zero", state.c_str()), 0); }, "is a symbolic link"},
+      {"fifo", [&] { ASSERT_EQ(::mkfifo(state.c_str(), 0600), 0); }, "is not a regular file"},
+      {"deep", [&] { ASSERT_FALSE(host::writeFileAtomically(state, std::string(100000, '[') + std::string(100000, ']'))); },
+       "nests deeper than"},
+      {"huge", [&] { ASSERT_FALSE(host::writeFileAtomically(state, std::string(65 * 1024, ' '))); }, "is too large"},
+      {"array", [&] { ASSERT_FALSE(host::writeFileAtomically(state, "[]")); }, "it is not a JSON object"},
+  };
+  for (const auto& bad : badStates) {
+    ::unlink(state.c_str());
+    bad.make();
+    testing::clearLogs();
+    root->decoded.clear();
+    host->restoreApplicationState();
+    EXPECT_TRUE(root->decoded.empty()) << bad.name;
+    bool reported = false;
+    for (const auto& message : testing::loggedMessages()) {
+      reported = reported || (message.starts_with("The saved interface state is not restored") &&
+                              message.find(bad.why) != std::string::npos);
+    }
+    EXPECT_TRUE(reported) << bad.name;
+  }
+
+  // A claim checked against an apps.json that cannot be read: not reported
+  // as the source, and the log says why.
+  ASSERT_EQ(::mkfifo(layout.appsJson().c_str(), 0600), 0);
+  testing::clearLogs();
+  LaunchURLRequest request;
+  request.url = *platform::URL::URLWithString("velunedriveapp:///x.pdf");
+  request.claimedSource = "com.vorlan.Jotter";
+  EXPECT_TRUE(host->openLaunchURL(request));
+  EXPECT_EQ(delegate->sources, (std::vector<std::string>{"<none>"}));
+  EXPECT_TRUE(loggedWarningStartingWith(layout.appsJson() + ": “apps.json” is not a regular file."));
   testing::runMainUntilIdle();
 }
 
