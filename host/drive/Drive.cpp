@@ -292,23 +292,39 @@ platform::URL Drive::itemURL(const std::string& path) const {
   return platform::URL::fileURLWithPath(path, false);
 }
 
+platform::Result<int> Drive::openFolderInside(const std::string& path) const {
+  const auto relative = relativeTo(path, root_);
+  if (!relative) {
+    return driveError(ErrorCode::FileReadNoPermission, path,
+                      platform::localizedFormat("“%@” is outside Velune Drive.", splitParent(path).second));
+  }
+  const UniqueFd rootFd(::open(root_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  const int fd = rootFd.valid() ? openBeneath(rootFd.get(), *relative, O_RDONLY | O_DIRECTORY) : -errno;
+  if (fd < 0 && isOutsideRootError(-fd)) {
+    return driveError(ErrorCode::FileReadNoPermission, path,
+                      platform::localizedFormat("“%@” is outside Velune Drive.", splitParent(path).second));
+  }
+  if (fd < 0) {
+    return Error::fromErrno(-fd, path, false);
+  }
+  return fd;
+}
+
 platform::Result<std::vector<Drive::Entry>> Drive::contentsOfFolder(const std::string& path, bool includeHidden) const {
   // A folder of the drive is opened below the drive's root: one that is (or
   // lies behind) a link leading outside is refused, as every change is.
   int fd = -1;
-  if (const auto relative = relativeTo(path, root_)) {
-    const UniqueFd rootFd(::open(root_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    fd = rootFd.valid() ? openBeneath(rootFd.get(), *relative, O_RDONLY | O_DIRECTORY) : -errno;
-    if (fd < 0 && isOutsideRootError(-fd)) {
-      return driveError(ErrorCode::FileReadNoPermission, path,
-                        platform::localizedFormat("“%@” is outside Velune Drive.", splitParent(path).second));
+  if (relativeTo(path, root_)) {
+    auto opened = openFolderInside(path);
+    if (!opened.ok()) {
+      return opened.error();
     }
+    fd = opened.value();
   } else {
     fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    fd = fd >= 0 ? fd : -errno;
-  }
-  if (fd < 0) {
-    return Error::fromErrno(-fd, path, false);
+    if (fd < 0) {
+      return Error::fromErrno(errno, path, false);
+    }
   }
   DIR* folder = ::fdopendir(fd);
   if (folder == nullptr) {

@@ -75,6 +75,11 @@ class Drive {
   // An error when the folders of `path` that exist lead outside the drive
   // through symbolic links (or loop).
   std::optional<platform::Error> checkPhysicallyInside(const std::string& path) const;
+  // Opens a folder of the drive below the drive's root (O_RDONLY |
+  // O_DIRECTORY): one that is, or lies behind, a link leading outside is
+  // refused with an error saying so, whatever the path looked like when it
+  // was checked. The caller owns the descriptor.
+  platform::Result<int> openFolderInside(const std::string& path) const;
 
   ItemState stateOf(const std::string& path) const;
   platform::Result<PlaceholderMetadata> readPlaceholder(const std::string& logicalPath,

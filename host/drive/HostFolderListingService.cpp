@@ -10,8 +10,9 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "host/HomeFileReader.h"
 #include "host/drive/DrivePaths.h"
-#include "host/drive/ReadScope.h"
+#include "host/drive/PlaceholderMetadata.h"
 
 namespace velune::host {
 
@@ -25,8 +26,7 @@ namespace {
 // An open folder descriptor, closed on every path out.
 class FolderHandle {
  public:
-  explicit FolderHandle(const std::string& path)
-      : fd_(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW)) {}
+  explicit FolderHandle(int fd) : fd_(fd) {}
   ~FolderHandle() {
     if (fd_ >= 0) {
       ::close(fd_);
@@ -45,6 +45,8 @@ class FolderHandle {
  private:
   int fd_;
 };
+
+std::string baseName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
 platform::Date modificationDateOf(const struct stat& info) {
   return platform::Date::fromSecondsSince1970(static_cast<double>(info.st_mtim.tv_sec) +
@@ -71,18 +73,23 @@ platform::Result<std::vector<FolderListingEntry>> HostFolderListingService::entr
   if (path.empty() || !drive_->relativePath(path)) {
     return Error::fromErrno(EACCES, folder.path(), false);
   }
-  if (auto outside = drive_->checkPhysicallyInside(path)) {
-    return *outside;
+  // Opened below the drive's root: a folder that is, or lies behind, a link
+  // leading outside is not listed, even when the link is put there after a
+  // check.
+  auto opened = drive_->openFolderInside(path);
+  if (!opened.ok()) {
+    return opened.error();
   }
-  FolderHandle handle(path);
-  if (handle.fd() < 0) {
-    return Error::fromErrno(errno == ELOOP ? ENOTDIR : errno, path, false);
-  }
-  DIR* stream = ::fdopendir(handle.fd());
+  FolderHandle handle(opened.value());
+  // The stream reads a copy of the descriptor; the folder stays open for the
+  // stats after the reading.
+  FolderHandle copy(::fcntl(handle.fd(), F_DUPFD_CLOEXEC, 0));
+  DIR* stream = copy.fd() >= 0 ? ::fdopendir(copy.fd()) : nullptr;
   if (stream == nullptr) {
     return Error::fromErrno(errno, path, false);
   }
-  handle.release();
+  copy.release();
+  const int folderFd = handle.fd();
 
   struct Found {
     unsigned char type;
@@ -148,7 +155,8 @@ platform::Result<std::vector<FolderListingEntry>> HostFolderListingService::entr
       unsigned char type = item.type;
       if (type == DT_UNKNOWN) {
         struct stat info {};
-        type = ::lstat(itemPath.c_str(), &info) == 0 && S_ISDIR(info.st_mode) ? DT_DIR : DT_REG;
+        type = ::fstatat(folderFd, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(info.st_mode) ? DT_DIR
+                                                                                                        : DT_REG;
       }
       entry.isDirectory = type == DT_DIR;
       entry.isPackage = entry.isDirectory && isPackageName(name);
@@ -167,20 +175,26 @@ std::vector<FolderListingRecord> HostFolderListingService::recordsOfEntries(
   if (path.empty() || !drive_->relativePath(path)) {
     return records;
   }
-  FolderHandle handle(path);
-  if (handle.fd() < 0) {
+  auto opened = drive_->openFolderInside(path);
+  if (!opened.ok()) {
     return records;
   }
+  FolderHandle handle(opened.value());
   for (const auto& entry : entries) {
     FolderListingRecord record;
     record.url = entry.url;
     if (entry.isCloudOnly) {
-      auto metadata = drive_->readPlaceholder(joinPath(path, entry.name));
-      if (!metadata.ok()) {
-        if (metadata.error().code() == platform::ErrorCode::FileNoSuchFile) {
-          continue;
-        }
-      } else {
+      // Read in the folder that was opened, not by path again: a folder
+      // swapped for a link meanwhile is not read through.
+      const std::string placeholder = placeholderPathFor(joinPath(path, entry.name));
+      std::string text;
+      const int error = readHomeFileAt(handle.fd(), baseName(placeholder), kItemMetadataFileLimit, text);
+      if (error == ENOENT) {
+        continue;
+      }
+      auto metadata = error == 0 ? PlaceholderMetadata::parse(text, placeholder, nullptr)
+                                 : platform::Result<PlaceholderMetadata>(homeFileError(error, placeholder));
+      if (metadata.ok()) {
         record.size = metadata.value().size.value_or(0);
         record.modificationDate = metadata.value().modified;
         record.isShared = metadata.value().attributes.shared;
@@ -196,9 +210,10 @@ std::vector<FolderListingRecord> HostFolderListingService::recordsOfEntries(
     record.size = S_ISREG(info.st_mode) ? static_cast<std::uint64_t>(info.st_size) : 0;
     record.modificationDate = modificationDateOf(info);
     if (entry.hasAttributes) {
-      const SmallFile sidecar = ReadScope::contentsOf(sidecarPathFor(joinPath(path, entry.name)));
-      if (sidecar.error == 0) {
-        auto attributes = ItemAttributes::parse(sidecar.contents, entry.name, nullptr);
+      std::string sidecar;
+      const std::string sidecarName = baseName(sidecarPathFor(joinPath(path, entry.name)));
+      if (readHomeFileAt(handle.fd(), sidecarName, kItemMetadataFileLimit, sidecar) == 0) {
+        auto attributes = ItemAttributes::parse(sidecar, entry.name, nullptr);
         if (attributes.ok()) {
           record.isShared = attributes.value().shared;
           record.tags = attributes.value().tags;
