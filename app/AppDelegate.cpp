@@ -6,6 +6,7 @@
 #include "browse/NavController.h"
 #include "diag/DRLogging.h"
 #include "diag/NetworkWatcher.h"
+#include "model/FileUtils.h"
 #include "model/VLDAppBookmarks.h"
 #include "platform/FileSystem.h"
 #include "platform/MainThread.h"
@@ -21,52 +22,22 @@ namespace velune {
 namespace {
 
 // A path that, once decoded, stays inside the drive by name and by the
-// folders it really passes through.
+// folders it really passes through; one outside the store is left to the
+// navigation controller, which refuses it with its own log.
 bool staysInsideDrive(const std::string& path) {
   const auto services = platform::Platform::services();
-  if (!services->syncURLs || !services->fileSystem) {
+  if (!services->syncURLs) {
     return false;
   }
-  size_t start = 0;
-  while (start < path.size()) {
-    const size_t slash = path.find('/', start);
-    const std::string_view part = std::string_view(path).substr(start, slash == std::string::npos ? std::string::npos
-                                                                                                  : slash - start);
-    if (part == "." || part == "..") {
-      return false;
-    }
-    if (slash == std::string::npos) {
-      break;
-    }
-    start = slash + 1;
+  if (path.find("/./") != std::string::npos || path.find("/../") != std::string::npos || path.ends_with("/.") ||
+      path.ends_with("/..")) {
+    return false;
   }
   const platform::URL url = platform::URL::fileURLWithPath(path);
-  const auto relative = services->syncURLs->relativePathToCloudRoot(url);
-  if (!relative) {
-    return true;  // outside the store: refused by the navigation controller with its own log
+  if (!services->syncURLs->relativePathToCloudRoot(url)) {
+    return true;
   }
-  // No level below the store's root may be a symbolic link.
-  std::string level = services->syncURLs->cloudDocumentsRootURL().path();
-  while (!level.empty() && level.back() == '/') {
-    level.pop_back();
-  }
-  size_t from = 0;
-  while (from < relative->size()) {
-    const size_t slash = relative->find('/', from);
-    level += "/" + relative->substr(from, slash == std::string::npos ? std::string::npos : slash - from);
-    auto attributes = services->fileSystem->attributesOfItemAtPath(level);
-    if (attributes.ok() && attributes.value().isSymbolicLink) {
-      return false;
-    }
-    if (!attributes.ok()) {
-      break;  // a level that does not exist (a cloud-only document) has nothing below it
-    }
-    if (slash == std::string::npos) {
-      break;
-    }
-    from = slash + 1;
-  }
-  return true;
+  return FileUtils::staysInsideDrive(url);
 }
 
 }  // namespace

@@ -268,6 +268,12 @@ void NavController::decodeRestorableStateWithCoder(const ui::StateCoder& coder) 
   ui::NavigationStackController::decodeRestorableStateWithCoder(coder);
   const platform::Value value = coder.decodeObject(kRestorationURLKey);
   const URL* url = value.asURL();
+  // The saved state is a file of the home that anyone may have edited: a
+  // document outside the drive (or reached through a link) is not opened.
+  if (url != nullptr && !FileUtils::staysInsideDrive(*url)) {
+    DRLOG(kLogNotice, "The restored document is not in the drive: %@", *url);
+    return;
+  }
   if (url == nullptr || !FileUtils::exists(*url) || !FileUtils::isFile(*url)) {
     return;
   }

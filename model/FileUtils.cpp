@@ -220,6 +220,53 @@ void FileUtils::logFileAttributes(const std::string& path) {
   DRLOG(kLogDebug, "Size: %@ bytes", values.size);
 }
 
+bool FileUtils::staysInsideDrive(const URL& url) {
+  const auto services = platform::Platform::services();
+  if (!url.isFileURL() || !services->syncURLs || !services->fileSystem) {
+    return false;
+  }
+  const std::string path = url.path();
+  size_t start = 0;
+  while (start < path.size()) {
+    const size_t slash = path.find('/', start);
+    const std::string_view part =
+        std::string_view(path).substr(start, slash == std::string::npos ? std::string::npos : slash - start);
+    if (part == "." || part == "..") {
+      return false;
+    }
+    if (slash == std::string::npos) {
+      break;
+    }
+    start = slash + 1;
+  }
+  const auto relative = services->syncURLs->relativePathToCloudRoot(url);
+  if (!relative) {
+    return false;
+  }
+  // No level below the store's root may be a symbolic link.
+  std::string level = services->syncURLs->cloudDocumentsRootURL().path();
+  while (!level.empty() && level.back() == '/') {
+    level.pop_back();
+  }
+  size_t from = 0;
+  while (from < relative->size()) {
+    const size_t slash = relative->find('/', from);
+    level += "/" + relative->substr(from, slash == std::string::npos ? std::string::npos : slash - from);
+    auto attributes = services->fileSystem->attributesOfItemAtPath(level);
+    if (attributes.ok() && attributes.value().isSymbolicLink) {
+      return false;
+    }
+    if (!attributes.ok()) {
+      break;  // a level that does not exist (a cloud-only document) has nothing below it
+    }
+    if (slash == std::string::npos) {
+      break;
+    }
+    from = slash + 1;
+  }
+  return true;
+}
+
 std::optional<URL> FileUtils::docDir() {
   const auto directories = VELUNE_SERVICE(fileSystem)->documentDirectoryURLs();
   if (directories.empty()) {

@@ -50,6 +50,12 @@ class FileUtils {
   // path (level 7), or why they could not be read (level 3).
   static void logFileAttributes(const std::string& path);
   static std::optional<platform::URL> docDir();
+  // Whether the item lies inside the drive by name (no "." or ".." among its
+  // components) and by the folders it really passes through (no level below
+  // the drive's root is a symbolic link). URLs that come from outside the
+  // app (a launch URL, a saved interface state) are checked with it before
+  // anything is opened.
+  static bool staysInsideDrive(const platform::URL& url);
 
   // --- Changes ---
 

@@ -1,6 +1,7 @@
 #include "browse/NavController.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <future>
 
@@ -276,6 +277,30 @@ TEST_F(NavControllerTest, Restoration_SavesThePreviewedDocumentAndRestoresOnlyAF
   folder.encodeObject(kRestorationURLKey, platform::Value(URL::fileURLWithPath(home_.documents() + "/Projects", true)));
   again->decodeRestorableStateWithCoder(folder);
   EXPECT_FALSE(again->itemManager());
+}
+
+TEST_F(NavControllerTest, Restoration_OpensNothingOutsideTheDrive) {
+  // The saved state is a file of the home that anyone may edit: a document
+  // named there outside the drive, or reached through a link, was opened.
+  home_.account().signIn("alice");
+  launch();
+  testing::TempDirectory outside;
+  testing::DriveTestHome::writeRaw(outside.file("Secret.txt"), "secret");
+  ASSERT_EQ(::symlink(outside.path().c_str(), (home_.documents() + "/Linked").c_str()), 0);
+  const std::vector<std::string> paths = {
+      outside.file("Secret.txt"),
+      home_.documents() + "/Linked/Secret.txt",
+      home_.documents() + "/Projects/../Linked/Secret.txt",
+  };
+  for (const auto& path : paths) {
+    ui::StateCoder coder;
+    coder.encodeObject(kRestorationURLKey, platform::Value(URL::fileURLWithPath(path, false)));
+    coder.encodeInteger(kRestorationPreviewModeKey, 1);
+    auto restored = NavController::create();
+    auto window = testing::showInWindow(restored);
+    restored->decodeRestorableStateWithCoder(coder);
+    EXPECT_FALSE(restored->itemManager()) << path;
+  }
 }
 
 }  // namespace
