@@ -47,6 +47,8 @@ const HomeFile kHomeFiles[] = {
     {"DocumentReference", "Mobile Documents/com.vorlan.drive/Documents/Annual Report (link).vdref"},
     {"LogFile", "app-data/Logs/system-log.jsonl"},
 };
+// Read by the app only: at its start.
+const HomeFile kSavedInterfaceState = {"SavedInterfaceState", "app-data/Library/Saved Application State/state.json"};
 
 std::string deeplyNested(size_t levels) { return std::string(levels, '[') + std::string(levels, ']'); }
 
@@ -191,11 +193,30 @@ TEST_P(BadHomeFileAppTest, AppStartsAndEndsCleanly) {
 
 INSTANTIATE_TEST_SUITE_P(
     SettingsFiles, BadHomeFileAppTest,
-    ::testing::Combine(::testing::Values(kHomeFiles[0], kHomeFiles[1], kHomeFiles[3], kHomeFiles[7]),
+    ::testing::Combine(::testing::Values(kHomeFiles[0], kHomeFiles[1], kHomeFiles[3], kHomeFiles[7],
+                                         kSavedInterfaceState),
                        ::testing::Values(Badness::DeeplyNested, Badness::LinkToDevZero, Badness::Fifo)),
     [](const auto& parameter) {
       return std::string(std::get<0>(parameter.param).name) + "_" + badnessName(std::get<1>(parameter.param));
     });
+
+TEST(BadAppsJsonWhileRunning, ALaunchURLFromAClaimedSourceIsAnsweredAndTheAppGoesOn) {
+  // The installed applications are read for each launch URL that claims a
+  // source: such a file there must neither hang the app's answer nor end it.
+  ProgramTestHome home;
+  RunningApp app(home, home.scratch("app.err"));
+  ASSERT_TRUE(app.waitForOutput("The screen is served on")) << app.errors();
+  for (const Badness badness : {Badness::DeeplyNested, Badness::LinkToDevZero, Badness::Fifo, Badness::Huge}) {
+    makeBad(home.home() + "/apps.json", badness);
+    ProgramOptions options;
+    options.timeoutSeconds = 15;
+    const auto run = home.vdtool({"open", "velunedriveapp:///Welcome.txt", "--from", "com.vorlan.Jotter"}, options);
+    EXPECT_TRUE(run.exited && (run.status == 0 || run.status == 1))
+        << badnessName(badness) << ": " << run.describe() << "\n" << run.err;
+  }
+  EXPECT_TRUE(app.waitForOutput("apps.json")) << "the problem is reported: " << app.errors();
+  EXPECT_TRUE(exitedCleanly(app.stop())) << app.errors();
+}
 
 TEST(BadDeviceJsonWhileRunning, TheRunningAppReportsItAndGoesOn) {
   // Writing a deeply nested device.json (or linking it to /dev/zero) killed an app already running.
