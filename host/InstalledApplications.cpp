@@ -31,7 +31,7 @@ InstalledApplications InstalledApplications::read(const std::string& appsJsonPat
   };
   auto json = readBoundedJsonFile(appsJsonPath, kMaxFileBytes, kMaxDepth);
   if (!json.ok()) {
-    report(appsJsonPath + ": " + json.error().description());
+    report(appsJsonPath + ": " + json.error().localizedDescription().value_or(json.error().description()));
     return out;
   }
   const auto& root = json.value();

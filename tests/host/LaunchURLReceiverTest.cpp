@@ -280,6 +280,7 @@ TEST(LinuxApplicationHost, UnusableStateAndAppsFiles_AreReportedAndNotUsed) {
   EXPECT_FALSE(loggedWarningStartingWith("The saved interface state is not restored")) << "no file";
 
   const std::string state = host::LinuxApplicationHost::stateArchivePath(layout);
+  ASSERT_FALSE(host::makeDirectories(state.substr(0, state.rfind('/'))));
   const struct {
     const char* name;
     std::function<void()> make;
@@ -287,7 +288,7 @@ TEST(LinuxApplicationHost, UnusableStateAndAppsFiles_AreReportedAndNotUsed) {
   } badStates[] = {
       {"link", [&] { ASSERT_EQ(::symlink("/dev/zero", state.c_str()), 0); }, "is a symbolic link"},
       {"fifo", [&] { ASSERT_EQ(::mkfifo(state.c_str(), 0600), 0); }, "is not a regular file"},
-      {"deep", [&] { ASSERT_FALSE(host::writeFileAtomically(state, std::string(100000, '[') + std::string(100000, ']'))); },
+      {"deep", [&] { ASSERT_FALSE(host::writeFileAtomically(state, std::string(5000, '[') + std::string(5000, ']'))); },
        "nests deeper than"},
       {"huge", [&] { ASSERT_FALSE(host::writeFileAtomically(state, std::string(65 * 1024, ' '))); }, "is too large"},
       {"array", [&] { ASSERT_FALSE(host::writeFileAtomically(state, "[]")); }, "it is not a JSON object"},
@@ -304,7 +305,7 @@ TEST(LinuxApplicationHost, UnusableStateAndAppsFiles_AreReportedAndNotUsed) {
       reported = reported || (message.starts_with("The saved interface state is not restored") &&
                               message.find(bad.why) != std::string::npos);
     }
-    EXPECT_TRUE(reported) << bad.name;
+    EXPECT_TRUE(reported) << bad.name << ": " << ::testing::PrintToString(testing::loggedMessages());
   }
 
   // A claim checked against an apps.json that cannot be read: not reported
@@ -316,7 +317,8 @@ TEST(LinuxApplicationHost, UnusableStateAndAppsFiles_AreReportedAndNotUsed) {
   request.claimedSource = "com.vorlan.Jotter";
   EXPECT_TRUE(host->openLaunchURL(request));
   EXPECT_EQ(delegate->sources, (std::vector<std::string>{"<none>"}));
-  EXPECT_TRUE(loggedWarningStartingWith(layout.appsJson() + ": “apps.json” is not a regular file."));
+  EXPECT_TRUE(loggedWarningStartingWith(layout.appsJson() + ": “apps.json” is not a regular file."))
+      << ::testing::PrintToString(testing::loggedMessages());
   testing::runMainUntilIdle();
 }
 
