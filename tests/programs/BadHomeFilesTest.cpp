@@ -54,6 +54,7 @@ std::string deeplyNested(size_t levels) { return std::string(levels, '[') + std:
 
 void makeBad(const std::string& path, Badness badness) {
   host::FileOperations().removeTree(path);
+  ASSERT_FALSE(host::makeDirectories(path.substr(0, path.rfind('/'))));
   switch (badness) {
     case Badness::DeeplyNested:
       DriveTestHome::writeRaw(path, deeplyNested(100000));
