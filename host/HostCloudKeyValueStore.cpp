@@ -25,25 +25,14 @@ Error fileError(const std::string& path, const std::string& why) {
   return Error::platform(platform::ErrorCode::FileReadCorruptFile, std::move(info));
 }
 
-// Says in words why the home-file reader refused the file: its errors carry
-// the errno underneath, or the parser's reason in place of the path.
+// The home-file reader's refusals (a link, not a regular file, too large,
+// too deep, not JSON) say why in their description; a missing file keeps its
+// no-such-file code, by which callers tell it.
 Error describedReadError(const std::string& path, const Error& error) {
-  if (error.code() == platform::ErrorCode::FileReadCorruptFile) {
-    const auto reason = error.userInfo().find(std::string(platform::kFilePathErrorKey));
-    const std::string* text = reason != error.userInfo().end() ? reason->second.asString() : nullptr;
-    return fileError(path, text != nullptr ? *text : "not JSON");
+  if (error.code() != platform::ErrorCode::FileReadCorruptFile) {
+    return error;
   }
-  const Error* underlying = error.underlyingError();
-  switch (underlying != nullptr ? underlying->code() : 0) {
-    case ENOENT:
-      return error;  // a missing file: callers tell it by the no-such-file code
-    case EINVAL:
-      return fileError(path, "a symbolic link or not a regular file; it is not read");
-    case EFBIG:
-      return fileError(path, "larger than " + std::to_string(HostCloudKeyValueStore::kFileLimit) + " bytes");
-    default:
-      return error;
-  }
+  return fileError(path, error.localizedDescription().value_or("not JSON"));
 }
 
 std::vector<std::string> changedKeys(const Value::Dictionary& before, const Value::Dictionary& after) {

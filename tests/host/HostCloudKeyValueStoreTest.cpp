@@ -128,12 +128,12 @@ TEST_F(HostCloudKeyValueStoreTest, BadFiles_AreRefusedAndKeepTheValuesInForce) {
        [](const std::string& p) {
          writeFileAtomically(p, "{\"k\": \"" + std::string(HostCloudKeyValueStore::kFileLimit, 'x') + "\"}");
        },
-       "larger than"},
+       "too large to be read"},
       {"100,000 levels of nesting",
        [](const std::string& p) {
          writeFileAtomically(p, "{\"k\": " + std::string(100'000, '[') + std::string(100'000, ']') + "}");
        },
-       "nested too deeply"},
+       "nests deeper than 16 levels"},
       {"text that is not JSON", [](const std::string& p) { writeFileAtomically(p, "{\"k\": "); }, "not JSON"},
       {"invalid UTF-8", [](const std::string& p) { writeFileAtomically(p, "{\"k\": \"\xff\xfe\"}"); }, "not JSON"},
       {"a list", [](const std::string& p) { writeFileAtomically(p, "[1, 2]"); }, "not a JSON object"},
