@@ -83,11 +83,13 @@ int LinuxApplicationHost::run(int /*argc*/, char** /*argv*/, const std::optional
     std::weak_ptr<LinuxApplicationHost> weakSelf = weak_from_this();
     receiver = std::make_unique<LaunchURLReceiver>(
         *home_, [weakSelf](const LaunchURLRequest& request, LaunchURLReceiver::Reply reply) {
-          // To the main thread; the receiver waits for the answer (bounded).
-          platform::RunLoop::main().post([weakSelf, request, reply] {
-            auto self = weakSelf.lock();
-            reply(self && self->openLaunchURL(request), self ? std::string() : std::string("the app is ending"));
-          });
+          // The receiver waits for the answer (bounded).
+          const auto self = weakSelf.lock();
+          if (!self) {
+            reply(false, "the app is ending");
+            return;
+          }
+          self->openURL(request, [reply](bool handled) { reply(handled, std::string()); });
         });
     if (auto error = receiver->start()) {
       PLATFORM_LOG(kLogWarning, "Launch URLs cannot be received: %@", *error);
@@ -118,22 +120,21 @@ void LinuxApplicationHost::addService(std::shared_ptr<ApplicationHostService> se
   }
 }
 
-bool LinuxApplicationHost::openURL(const platform::URL& url, const std::string& sourceApplication) {
+void LinuxApplicationHost::openURL(const LaunchURLRequest& request, std::function<void(bool handled)> done) {
   if (!running_) {
-    return false;
+    if (done) {
+      done(false);
+    }
+    return;
   }
   std::weak_ptr<LinuxApplicationHost> weakSelf = weak_from_this();
-  platform::RunLoop::main().post([weakSelf, url, sourceApplication] {
+  platform::RunLoop::main().post([weakSelf, request, done = std::move(done)] {
     const auto self = weakSelf.lock();
-    if (!self || !self->delegate_) {
-      return;
+    const bool handled = self && self->openLaunchURL(request);
+    if (done) {
+      done(handled);
     }
-    platform::Value::Dictionary options;
-    options[platform::kOpenURLOptionSourceApplication] = platform::Value(sourceApplication);
-    PLATFORM_LOG(kLogDebug, "Opening %@ from %@", url.absoluteString(), sourceApplication);
-    self->delegate_->applicationOpenURL(*self, url, options);
   });
-  return true;
 }
 
 std::string LinuxApplicationHost::stateArchivePath(const HomeLayout& layout) {

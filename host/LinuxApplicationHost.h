@@ -24,6 +24,7 @@
 //   read back with the home's rules for files.
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -58,10 +59,13 @@ class LinuxApplicationHost final : public platform::ApplicationHost,
   // Before run(): a service that runs beside the application.
   void addService(std::shared_ptr<ApplicationHostService> service);
 
-  // Any thread: another application opens `url`; the delegate hears it on
-  // the main thread with the source application in its options. False when
-  // the host is not running an application.
-  bool openURL(const platform::URL& url, const std::string& sourceApplication);
+  // Any thread: another application asks to open a launch URL (the home's
+  // socket, the screen's control panel). On the main thread the request goes
+  // through openLaunchURL, so the claimed source counts only when it is
+  // installed; `done` (may be empty) then hears whether the application
+  // handled it, on the main thread, or at once with false when the host is
+  // not running an application.
+  void openURL(const struct LaunchURLRequest& request, std::function<void(bool handled)> done);
   // Before run().
   void setHome(const HomeLayout& layout) { home_ = layout; }
   static std::string stateArchivePath(const HomeLayout& layout);

@@ -1,12 +1,17 @@
 #include "shell/PhoneControls.h"
 
+#include <unistd.h>
+
 #include <cctype>
 #include <cmath>
+#include <future>
 
 #include "host/CloudTagDictionary.h"
 #include "host/DeviceConfiguration.h"
 #include "host/DeviceMonitor.h"
 #include "host/DeviceSettingsEditor.h"
+#include "host/InstalledApplications.h"
+#include "host/LaunchURLChannel.h"
 #include "host/drive/Drive.h"
 #include "platform/Log.h"
 
@@ -172,10 +177,10 @@ std::optional<platform::Error> PhoneControls::setBandwidth(const json& body) {
   return setKey("downloadBytesPerSecond", static_cast<std::uint64_t>(value));
 }
 
-std::optional<platform::Error> PhoneControls::launchURL(const json& body) {
+platform::Result<bool> PhoneControls::launchURL(const json& body, std::chrono::milliseconds timeout) {
   const auto text = stringField(body, "url");
   const auto source = stringField(body, "source");
-  if (!text || text->empty() || text->size() > 8192) {
+  if (!text || text->empty() || text->size() > host::LaunchURLChannel::kMaxRequestBytes) {
     return phoneControlError("url is missing or too long");
   }
   if (!source || !isBundleIdentifier(*source)) {
@@ -193,11 +198,26 @@ std::optional<platform::Error> PhoneControls::launchURL(const json& body) {
   if (!hook) {
     return phoneControlError("this application host delivers no launch URLs");
   }
-  PLATFORM_LOG(kLogInfo, "Control panel: launch URL %@ from %@", *text, *source);
-  if (!hook(*url, *source)) {
-    return phoneControlError("the launch URL could not be delivered");
+  host::LaunchURLRequest request;
+  request.url = *url;
+  request.claimedSource = *source;
+  request.pid = ::getpid();
+  request.executable = "the screen's control panel";
+  PLATFORM_LOG(kLogInfo, "Control panel: launch URL %@ claiming %@", *text, *source);
+  auto answer = std::make_shared<std::promise<bool>>();
+  auto handled = answer->get_future();
+  // Only the answer callback holds the promise: a request dropped unanswered
+  // breaks it at once instead of leaving the wait to its timeout.
+  hook(request, [answer = std::move(answer)](bool opened) { answer->set_value(opened); });
+  if (handled.wait_for(timeout) != std::future_status::ready) {
+    return phoneControlError("the app did not answer the launch URL");
   }
-  return std::nullopt;
+  try {
+    return handled.get();
+  } catch (const std::future_error&) {
+    // The app ended with the request still queued: its answer was dropped.
+    return phoneControlError("the app ended before it answered the launch URL");
+  }
 }
 
 std::optional<platform::Error> PhoneControls::changeFromAnotherDevice(const json& body) {
@@ -297,9 +317,21 @@ json PhoneControls::state() const {
   out["orientation"] = device.screenWidth > device.screenHeight ? "landscape" : "portrait";
   out["bytesPerSecond"] = device.downloadBytesPerSecond;
   out["applicationState"] = appState && *appState == host::ApplicationState::Background ? "background" : "active";
-  // The applications a launch URL can come from: the two the app trusts and one it does not.
-  out["sources"] = json::array({"com.vorlan.Drillrun", "com.vorlan.lumiboard", "com.example.mailer"});
+  // The applications a launch URL can claim: every one installed (the app
+  // trusts two of them), and one that is not installed, which the host
+  // reports as an unknown source.
+  json sources = json::array();
+  const auto installed = host::InstalledApplications::read(layout_.appsJson());
+  for (const auto& application : installed.applications()) {
+    sources.push_back(json{{"identifier", application.identifier},
+                           {"name", application.name.empty() ? application.identifier : application.name},
+                           {"installed", true}});
+  }
+  sources.push_back(json{{"identifier", kNotInstalledSource}, {"name", "Not installed"}, {"installed", false}});
+  out["sources"] = std::move(sources);
   out["driveRoot"] = "com.vorlan.drive/Documents";
+  // Launch URLs name documents by their absolute path.
+  out["drivePath"] = layout_.mobileDocuments();
   // The tag dictionary of the cloud key-value store, as the panel edits it.
   const auto tags = host::CloudTagDictionary::read(layout_);
   if (tags.ok()) {

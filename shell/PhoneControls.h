@@ -11,6 +11,7 @@
 // answers an error that says what was wrong. Any thread; actions are
 // serialised so that two quick clicks never interleave their writes.
 
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -19,15 +20,20 @@
 #include <nlohmann/json.hpp>
 
 #include "host/HomeLayout.h"
+#include "host/LaunchURLReceiver.h"
 #include "platform/Error.h"
+#include "platform/Result.h"
 #include "platform/URL.h"
 
 namespace velune::shell {
 
 class PhoneControls {
  public:
-  // Hands a launch URL to the application; false when it cannot be delivered.
-  using OpenURLHook = std::function<bool(const platform::URL& url, const std::string& sourceApplication)>;
+  // Hands a launch URL request to the application host, which applies its
+  // rule for the source (only an installed application is reported) exactly
+  // as for the home's launch-URL socket; `done` hears whether the
+  // application handled it.
+  using OpenURLHook = std::function<void(const host::LaunchURLRequest& request, std::function<void(bool)> done)>;
 
   explicit PhoneControls(host::HomeLayout layout) : layout_(std::move(layout)) {}
   void setOpenURLHook(OpenURLHook hook);
@@ -42,8 +48,12 @@ class PhoneControls {
   std::optional<platform::Error> setDevice(const nlohmann::json& body);
   // {"bytesPerSecond": N}, 1 KB/s to 10 GB/s
   std::optional<platform::Error> setBandwidth(const nlohmann::json& body);
-  // {"url": "velunedriveapp:...", "source": "com.vorlan.Drillrun"}
-  std::optional<platform::Error> launchURL(const nlohmann::json& body);
+  // {"url": "velunedriveapp:...", "source": "com.vorlan.Drillrun"}: the
+  // request claims `source`; whether the app opened it (it refuses unknown
+  // and untrusted sources), or an error when it could not be delivered or no
+  // answer came within `timeout`.
+  platform::Result<bool> launchURL(const nlohmann::json& body,
+                                   std::chrono::milliseconds timeout = std::chrono::milliseconds(3000));
   // {"op": "add" | "modify" | "move" | "delete", "path": P, "to": P2, "text": T, "size": N, "folder": bool}
   // Paths are below the drive's root: "<container>/Documents/...".
   std::optional<platform::Error> changeFromAnotherDevice(const nlohmann::json& body);
@@ -56,13 +66,15 @@ class PhoneControls {
   std::optional<platform::Error> rotate(bool landscape);
 
   // What the panel shows: the settings of device.json, the application state,
-  // the applications a launch URL can come from and the tag dictionary
+  // the applications a launch URL can claim to come from (those installed on
+  // the phone, and one that is not) and the tag dictionary
   // ("tagDictionary": {"version", "tags"}, or {"problem"} when the store's
   // file cannot be read).
   nlohmann::json state() const;
 
   static constexpr const char* kOtherAccountToken = "velune-other-user";
   static constexpr const char* kDemoAccountToken = "velune-demo-user";
+  static constexpr const char* kNotInstalledSource = "com.example.notinstalled";
 
  private:
   std::optional<platform::Error> setKey(const std::string& key, const nlohmann::json& value);

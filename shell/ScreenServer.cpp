@@ -9,12 +9,12 @@
 #include <functional>
 #include <thread>
 
-#include "host/RecordingSystemLog.h"
-#include "host/SystemLogs.h"
 #include "platform/Log.h"
+#include "platform/LogRecordTee.h"
 #include "platform/NetworkActivityIndicator.h"
 #include "platform/Platform.h"
 #include "shell/DriveFiles.h"
+#include "shell/LogFollower.h"
 #include "shell/PhoneControls.h"
 #include "shell/ScreenPublisher.h"
 #include "shell/WebAssets.h"
@@ -34,6 +34,8 @@ namespace {
 constexpr std::chrono::seconds kKeepAliveInterval{10};
 constexpr std::chrono::milliseconds kEventTimeout{3000};
 constexpr size_t kMaxBody = 2 * 1024 * 1024;
+// The records a new log view starts with.
+constexpr size_t kLogViewStart = 200;
 
 constexpr const char* kContentSecurityPolicy =
     "default-src 'self'; script-src 'self'; style-src 'self'; img-src 'self' data: blob:; media-src 'self'; "
@@ -179,8 +181,15 @@ void ScreenServer::stop() {
     return;
   }
   // Streams wait on these; the pool's threads must come back before it joins them.
-  if (parts_.log) {
-    parts_.log->closeReaders();
+  {
+    const std::lock_guard lock(followersMutex_);
+    stopping_ = true;
+    for (const auto& weak : followers_) {
+      if (const auto follower = weak.lock()) {
+        follower->close();
+      }
+    }
+    followers_.clear();
   }
   server_->stop();
   if (thread_.joinable()) {
@@ -418,7 +427,13 @@ void ScreenServer::servePhoneAction(const httplib::Request& request, httplib::Re
   } else if (action == "bandwidth") {
     error = phone.setBandwidth(body);
   } else if (action == "launch-url") {
-    error = phone.launchURL(body);
+    auto handled = phone.launchURL(body);
+    if (!handled.ok()) {
+      sendError(response, 400, errorText(handled.error()));
+      return;
+    }
+    sendJson(response, 200, json{{"done", true}, {"handled", handled.value()}});
+    return;
   } else if (action == "cloud") {
     error = phone.changeFromAnotherDevice(body);
   } else if (action == "tags") {
@@ -444,18 +459,29 @@ int levelParameter(const httplib::Request& request) {
   return std::clamp(level, 0, 7);
 }
 
-json recordsJson(const std::vector<host::RecordingSystemLog::Entry>& entries, int level) {
+json recordJson(const platform::LogRecord& record) {
+  json out{{"sequence", record.sequence},
+           {"level", record.level},
+           {"time", record.time.timeIntervalSince1970()},
+           {"message", record.message},
+           {"function", record.function}};
+  if (!record.source.empty()) {
+    out["source"] = record.source;
+    out["line"] = record.line;
+  }
+  if (!record.thread.empty()) {
+    out["thread"] = record.thread;
+  }
+  return out;
+}
+
+// The records numbered above `after` at `level` or below, oldest first.
+json recordsJson(const std::vector<platform::LogRecord>& records, std::uint64_t after, int level) {
   json list = json::array();
-  for (const auto& entry : entries) {
-    const int recordLevel = platform::systemLogRecordLevel(entry.record);
-    if (recordLevel > level) {
-      continue;
+  for (const auto& record : records) {
+    if (record.sequence > after && record.level <= level) {
+      list.push_back(recordJson(record));
     }
-    json record = json::parse(host::systemLogRecordJson(entry.record), nullptr, false);
-    if (record.is_discarded()) {
-      continue;
-    }
-    list.push_back(json{{"sequence", entry.sequence}, {"level", recordLevel}, {"record", std::move(record)}});
   }
   return list;
 }
@@ -469,10 +495,9 @@ void ScreenServer::serveLog(const httplib::Request& request, httplib::Response& 
   }
   const std::uint64_t after =
       request.has_param("after") ? std::strtoull(request.get_param_value("after").c_str(), nullptr, 10) : 0;
-  const auto entries = parts_.log->recordsAfter(after);
-  sendJson(response, 200,
-           json{{"records", recordsJson(entries, levelParameter(request))},
-                {"last", entries.empty() ? after : entries.back().sequence}});
+  const auto records = parts_.log->backlog();
+  const std::uint64_t last = records.empty() ? after : std::max(after, records.back().sequence);
+  sendJson(response, 200, json{{"records", recordsJson(records, after, levelParameter(request))}, {"last", last}});
 }
 
 void ScreenServer::serveLogStream(const httplib::Request& request, httplib::Response& response) {
@@ -481,26 +506,39 @@ void ScreenServer::serveLogStream(const httplib::Request& request, httplib::Resp
     return;
   }
   const int level = levelParameter(request);
-  auto log = parts_.log;
-  std::uint64_t start = log->lastSequence() > 200 ? log->lastSequence() - 200 : 0;
+  // A new view starts with the last records; a reconnecting one where it was.
+  std::uint64_t start = 0;
   if (request.has_header("Last-Event-ID")) {
     start = std::strtoull(request.get_header_value("Last-Event-ID").c_str(), nullptr, 10);
+  } else if (const auto kept = parts_.log->backlog(); kept.size() > kLogViewStart) {
+    start = kept[kept.size() - kLogViewStart - 1].sequence;
   }
-  auto last = std::make_shared<std::uint64_t>(start);
-  auto screen = parts_.screen;
+  auto follower = std::make_shared<LogFollower>(parts_.log, start);
+  {
+    const std::lock_guard lock(followersMutex_);
+    if (stopping_) {
+      follower->close();
+    }
+    std::erase_if(followers_, [](const std::weak_ptr<LogFollower>& weak) { return weak.expired(); });
+    followers_.push_back(follower);
+  }
   response.set_header("X-Accel-Buffering", "no");
   response.set_chunked_content_provider(
-      "text/event-stream", [log, last, level, screen](size_t, httplib::DataSink& sink) {
-        if (screen && screen->isStopped()) {
+      "text/event-stream", [follower, level](size_t, httplib::DataSink& sink) {
+        if (follower->isClosed()) {
           sink.done();
           return true;
         }
-        const auto entries = log->waitForRecordsAfter(*last, kKeepAliveInterval);
+        const auto records = follower->take(kKeepAliveInterval);
         std::string message;
-        if (!entries.empty()) {
-          *last = entries.back().sequence;
-          message = "id: " + std::to_string(*last) + "\nevent: records\ndata: " +
-                    recordsJson(entries, level).dump(-1, ' ', false, json::error_handler_t::replace) + "\n\n";
+        if (!records.empty()) {
+          const json list = recordsJson(records, 0, level);
+          message = "id: " + std::to_string(records.back().sequence) + "\n";
+          // Records above the level still move the reconnection point on.
+          if (!list.empty()) {
+            message += "event: records\ndata: " + list.dump(-1, ' ', false, json::error_handler_t::replace) + "\n";
+          }
+          message += "\n";
         } else {
           message = ": keep-alive\n\n";
         }

@@ -12,6 +12,7 @@
 // ends the streams and joins the threads.
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -27,8 +28,8 @@ struct Request;
 struct Response;
 }  // namespace httplib
 
-namespace velune::host {
-class RecordingSystemLog;
+namespace velune::platform {
+class LogRecordTee;
 }
 
 namespace velune::shell {
@@ -36,6 +37,7 @@ namespace velune::shell {
 class PhoneControls;
 class ScreenPublisher;
 class DriveFiles;
+class LogFollower;
 
 class ScreenServer {
  public:
@@ -46,7 +48,7 @@ class ScreenServer {
   struct Parts {
     std::shared_ptr<ScreenPublisher> screen;
     std::shared_ptr<PhoneControls> phone;                // may be null (no control panel)
-    std::shared_ptr<host::RecordingSystemLog> log;       // may be null (no log view)
+    std::shared_ptr<platform::LogRecordTee> log;         // may be null (no log view)
     std::string driveRoot;                               // "HOME/Mobile Documents"
   };
 
@@ -96,6 +98,10 @@ class ScreenServer {
   std::unique_ptr<httplib::Server> server_;
   std::vector<Route> routes_;
   std::thread thread_;
+  // The log streams' followers, woken by stop() so that their threads return.
+  std::mutex followersMutex_;
+  std::vector<std::weak_ptr<LogFollower>> followers_;
+  bool stopping_ = false;
   int port_ = 0;
   std::string address_;
 };

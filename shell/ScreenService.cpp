@@ -9,8 +9,8 @@
 #include <thread>
 
 #include "host/LinuxApplicationHost.h"
-#include "host/RecordingSystemLog.h"
 #include "platform/Log.h"
+#include "platform/Platform.h"
 #include "shell/PhoneControls.h"
 #include "shell/ScreenPublisher.h"
 #include "shell/ScreenServer.h"
@@ -59,8 +59,8 @@ void openInBrowser(const std::string& url) {
 
 }  // namespace
 
-ScreenService::ScreenService(host::HomeLayout layout, std::shared_ptr<host::RecordingSystemLog> log, Options options)
-    : layout_(std::move(layout)), log_(std::move(log)), options_(options) {}
+ScreenService::ScreenService(host::HomeLayout layout, Options options)
+    : layout_(std::move(layout)), options_(options) {}
 
 ScreenService::~ScreenService() = default;
 
@@ -71,9 +71,12 @@ std::optional<platform::Error> ScreenService::applicationHostWillRun(host::Linux
   }
   phone_ = std::make_shared<PhoneControls>(layout_);
   std::weak_ptr<host::LinuxApplicationHost> weakHost = host.weak_from_this();
-  phone_->setOpenURLHook([weakHost](const platform::URL& url, const std::string& source) {
-    const auto strong = weakHost.lock();
-    return strong && strong->openURL(url, source);
+  phone_->setOpenURLHook([weakHost](const host::LaunchURLRequest& request, std::function<void(bool)> done) {
+    if (const auto strong = weakHost.lock()) {
+      strong->openURL(request, std::move(done));
+    } else {
+      done(false);
+    }
   });
   publisher_ = ScreenPublisher::create(launchTag());
   std::weak_ptr<PhoneControls> weakPhone = phone_;
@@ -81,7 +84,8 @@ std::optional<platform::Error> ScreenService::applicationHostWillRun(host::Linux
     const auto phone = weakPhone.lock();
     return phone && !phone->rotate(ui::isLandscape(orientation));
   });
-  ScreenServer::Parts parts{publisher_, phone_, log_, layout_.mobileDocuments()};
+  ScreenServer::Parts parts{publisher_, phone_, platform::Platform::services()->logRecordTee,
+                           layout_.mobileDocuments()};
   auto server = ScreenServer::start(ScreenServer::Options{options_.port, "127.0.0.1"}, secret.value(), parts);
   if (!server.ok()) {
     publisher_.reset();

@@ -17,10 +17,6 @@
 #include "host/ApplicationHostService.h"
 #include "host/HomeLayout.h"
 
-namespace velune::host {
-class RecordingSystemLog;
-}
-
 namespace velune::shell {
 
 class PhoneControls;
@@ -35,7 +31,8 @@ class ScreenService final : public host::ApplicationHostService {
     FILE* announceTo = stdout;
   };
 
-  ScreenService(host::HomeLayout layout, std::shared_ptr<host::RecordingSystemLog> log, Options options);
+  // The log view follows the installed services' LogRecordTee.
+  ScreenService(host::HomeLayout layout, Options options);
   ~ScreenService() override;
 
   std::optional<platform::Error> applicationHostWillRun(host::LinuxApplicationHost& host) override;
@@ -46,7 +43,6 @@ class ScreenService final : public host::ApplicationHostService {
 
  private:
   host::HomeLayout layout_;
-  std::shared_ptr<host::RecordingSystemLog> log_;
   Options options_;
   std::shared_ptr<PhoneControls> phone_;
   std::shared_ptr<ScreenPublisher> publisher_;

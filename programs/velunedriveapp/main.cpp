@@ -22,7 +22,6 @@
 #include "host/HostPlatform.h"
 #include "host/JsonPreferencesStore.h"
 #include "host/LinuxApplicationHost.h"
-#include "host/RecordingSystemLog.h"
 #include "host/drive/DemoHome.h"
 #include "host/drive/TemporaryFileSweeper.h"
 #include "shell/ScreenService.h"
@@ -168,12 +167,9 @@ int main(int argc, char** argv) {
     }
   }
   auto services = velune::host::HostPlatform::makeServices(options);
-  // The screen's log view follows the records on their way to the system log.
-  auto recordingLog = std::make_shared<velune::host::RecordingSystemLog>(services.systemLog);
-  services.systemLog = recordingLog;
   if (withScreen) {
     if (auto host = std::dynamic_pointer_cast<velune::host::LinuxApplicationHost>(services.applicationHost)) {
-      host->addService(std::make_shared<velune::shell::ScreenService>(layout, recordingLog, screenOptions));
+      host->addService(std::make_shared<velune::shell::ScreenService>(layout, screenOptions));
     }
   }
   velune::platform::Platform::install(std::move(services));

@@ -28,7 +28,7 @@
       }
       say("");
       setTimeout(refresh, 150);
-      return true;
+      return answer;
     } catch (error) {
       say("The app does not answer.", true);
       return false;
@@ -73,8 +73,8 @@
   const source = document.getElementById("launch-source");
   document.getElementById("launch-form").addEventListener("submit", (e) => {
     e.preventDefault();
-    post("launch-url", { url: document.getElementById("launch-url").value, source: source.value }).then((ok) => {
-      if (ok) say("Sent as " + source.value + ".");
+    post("launch-url", { url: document.getElementById("launch-url").value, source: source.value }).then((answer) => {
+      if (answer) say((answer.handled ? "Opened, sent by " : "Refused by the app, sent by ") + source.value + ".");
     });
   });
 
@@ -188,7 +188,14 @@
       lamp.setAttribute("aria-label", phone.networkActivity ? "Network activity on" : "Network activity off");
       if (!filledDefaults) {
         filledDefaults = true;
-        for (const id of phone.sources || []) source.add(new Option(id, id));
+        // Installed applications first; the last one is not installed, and
+        // the app hears its URL from an unknown source.
+        for (const app of phone.sources || []) {
+          const label = app.installed ? app.name + " (" + app.identifier + ")" : app.name + ": " + app.identifier;
+          source.add(new Option(label, app.identifier));
+        }
+        document.getElementById("launch-url").value = "velunedriveapp://" +
+          encodeURI(phone.drivePath + "/" + phone.driveRoot + "/Welcome.txt") + "?mode=details";
         document.getElementById("cloud-path").value = phone.driveRoot + "/From another device.txt";
         document.getElementById("cloud-to").value = phone.driveRoot + "/Moved on another device.txt";
       }
@@ -210,18 +217,19 @@
 
   function addRecords(records) {
     const atBottom = list.scrollTop + list.clientHeight >= list.scrollHeight - 4;
-    for (const entry of records) {
-      const r = entry.record || {};
+    for (const record of records) {
       const li = document.createElement("li");
-      li.className = "l" + entry.level;
+      li.className = "l" + record.level;
+      li.dataset.sequence = String(record.sequence);
       const lvl = document.createElement("span");
       lvl.className = "lvl";
-      lvl.textContent = String(entry.level);
+      lvl.textContent = String(record.level);
       const text = document.createElement("span");
-      text.textContent = r.Message !== undefined ? r.Message : JSON.stringify(r);
+      text.textContent = record.message;
       const src = document.createElement("span");
       src.className = "src";
-      src.textContent = r.Function ? "  " + r.Function : "";
+      src.textContent = record.function ? "  " + record.function : "";
+      if (record.source) src.title = record.source + ":" + record.line;
       li.append(lvl, text, src);
       list.appendChild(li);
     }

@@ -109,6 +109,27 @@ describe("screen", () => {
     assert.ok(shown.every((line) => !line.includes("Control panel: network wifi")), "level 6 records are hidden at level 3");
     await page.getByLabel("Show up to").selectOption("7");
   });
+
+  test("a launch URL counts its source only when installed, and the app opens it only from one it trusts", async () => {
+    const logged = (text) => page.waitForFunction(async (t) => {
+      const log = await (await fetch("/api/log?level=7")).json();
+      return log.records.some((r) => r.message.includes(t));
+    }, text, { timeout: 15000 });
+    const send = async (source) => {
+      await page.getByLabel("Sent by").selectOption(source);
+      await page.getByRole("button", { name: "Open in Velune Drive" }).click();
+      await page.locator("#panel-message", { hasText: "sent by " + source }).waitFor();
+      return page.locator("#panel-message").textContent();
+    };
+    assert.match(await page.getByLabel("URL", { exact: true }).inputValue(), /^velunedriveapp:\/\/\/.*Welcome\.txt\?mode=details$/);
+
+    assert.match(await send("com.example.notinstalled"), /^Refused/);
+    await logged("claiming com.example.notinstalled, reported as an unknown source");
+    assert.match(await send("com.vorlan.Jotter"), /^Refused/, "installed, but not trusted by the app");
+    await logged("claiming com.vorlan.Jotter, reported as com.vorlan.Jotter");
+    assert.match(await send("com.vorlan.Drillrun"), /^Opened/);
+    await logged("claiming com.vorlan.Drillrun, reported as com.vorlan.Drillrun");
+  });
 });
 
 describe("restart", () => {

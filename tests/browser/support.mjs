@@ -11,10 +11,10 @@ export const projectRoot = path.resolve(path.dirname(new URL(import.meta.url).pa
 const appBinary = process.env.VELUNE_APP || path.join(projectRoot, "build/debug/programs/velunedriveapp");
 const chromiumPath = process.env.VELUNE_CHROMIUM || "/usr/bin/chromium";
 
-// Starts the app on `home` (made with the demo drive when missing) and
-// resolves when it printed the screen's address.
+// Starts the app on `home` (by default a new one, which the app makes with
+// the demo drive) and resolves when it printed the screen's address.
 export function startApp({ home, port = 0 } = {}) {
-  home = home || fs.mkdtempSync(path.join(os.tmpdir(), "velune-home-"));
+  home = home || path.join(fs.mkdtempSync(path.join(os.tmpdir(), "velune-home-")), "home");
   const child = spawn(appBinary, ["--home", home, "--port", String(port), "--system-log", "file"], {
     stdio: ["ignore", "pipe", "pipe"],
     env: { ...process.env, ASAN_OPTIONS: process.env.ASAN_OPTIONS || "detect_leaks=0" },
