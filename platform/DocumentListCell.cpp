@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/DocumentIconService.h"
+#include "platform/FolderListingService.h"
 #include "platform/Localization.h"
 #include "platform/MainThread.h"
 #include "platform/ui/Font.h"
@@ -22,11 +24,16 @@ std::shared_ptr<ui::Label> makeLabel(const std::string& identifier, ui::Font fon
 // The parts go into the content view, which exists once the list has taken the cell.
 void DocumentListCell::build() {
   const std::string& id = identifier();
+  icon_ = std::make_shared<ui::ImageView>();
+  icon_->setIdentifier(id + ".icon");
+  icon_->setContentMode(ui::ContentMode::ScaleAspectFit);
+  contentView()->addSubview(icon_);
   name_ = makeLabel(id + ".name", ui::Font::systemFontOfSize(17));
   detail_ = makeLabel(id + ".detail", ui::Font::systemFontOfSize(13));
   detail_->setTextColor(ui::Color::gray());
   cloud_ = makeLabel(id + ".cloud", ui::Font::systemFontOfSize(15));
   cloud_->setText("\u2601");
+  cloud_->setTextColor(ui::Color::systemBlue());
   cloud_->setAccessibilityLabel(localized("In the cloud"));
   chevron_ = makeLabel(id + ".chevron", ui::Font::systemFontOfSize(17));
   chevron_->setText("\u203A");
@@ -67,6 +74,15 @@ std::shared_ptr<ui::Button> DocumentListCell::buttonForAction(DocumentListRowAct
   }
 }
 
+std::shared_ptr<ui::Image> DocumentListCell::iconFor(DocumentIconService* icons, const FolderListingEntry& entry) {
+  if (icons == nullptr) {
+    return nullptr;
+  }
+  const bool isFolder = entry.isDirectory && !entry.isPackage;
+  return icons->iconForFile(entry.name, isFolder ? std::optional<std::string>("public.folder") : std::nullopt,
+                            kDocumentIconFormatSmall);
+}
+
 void DocumentListCell::configure(const Content& content) {
   VELUNE_ASSERT_MAIN_THREAD();
   if (!name_ && contentView()) {
@@ -82,6 +98,10 @@ void DocumentListCell::configure(const Content& content) {
     detail_->setText(content.detail);
   }
   setAccessibilityLabel(content.name);
+  if (icon_->image() != content.icon) {
+    icon_->setImage(content.icon);
+  }
+  icon_->setHidden(content.icon == nullptr);
   cloud_->setHidden(!content.isCloudOnly);
   chevron_->setHidden(!content.isFolder || content.isEditing);
   const auto allowed = [&](DocumentListRowAction action) {
@@ -113,9 +133,14 @@ void DocumentListCell::layoutSubviews() {
   placeTrailing(info_);
   placeTrailing(chevron_);
   placeTrailing(cloud_);
-  const double width = std::max(0.0, right - margin);
-  name_->setFrame(ui::Rect(margin, 10, width, 22));
-  detail_->setFrame(ui::Rect(margin, 34, width, 16));
+  double left = margin;
+  if (!icon_->isHidden()) {
+    icon_->setFrame(ui::Rect(margin, (b.height() - kIconSize) / 2, kIconSize, kIconSize));
+    left += kIconSize + 12;
+  }
+  const double width = std::max(0.0, right - left);
+  name_->setFrame(ui::Rect(left, 10, width, 22));
+  detail_->setFrame(ui::Rect(left, 34, width, 16));
 }
 
 }  // namespace velune::platform

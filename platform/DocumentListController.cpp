@@ -127,6 +127,7 @@ DocumentListController::listControllerHierarchyForURL(const URL& folder) {
 }
 
 void DocumentListController::connectListing() {
+  iconService_ = Platform::services()->documentIcons;
   // Handlers run on the main thread and are cleared by stop() in the
   // destructor, so they may name this controller directly.
   listing_->onItemsChanged = [this] {
@@ -315,6 +316,7 @@ void DocumentListController::listViewConfigureCell(ui::ListView& /*list*/, ui::L
   content.isCloudOnly = item.entry.isCloudOnly;
   content.isEditing = isEditing();
   content.availableActions = availableActions_;
+  content.icon = DocumentListCell::iconFor(iconService_.get(), item.entry);
   if (content.isFolder) {
     content.detail = localized("Folder");
   } else if (item.record) {

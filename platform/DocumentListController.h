@@ -41,6 +41,7 @@
 
 namespace velune::platform {
 
+class DocumentIconService;
 class DocumentListCell;
 class DocumentListController;
 
@@ -148,6 +149,8 @@ class DocumentListController : public ui::ViewController,
   std::weak_ptr<DocumentListControllerDelegate> delegate_;
   std::shared_ptr<ui::ListView> rows_;
   std::shared_ptr<ui::Button> search_;
+  // The icons of the rows (none when the platform has no icon service).
+  std::shared_ptr<DocumentIconService> iconService_;
 };
 
 }  // namespace velune::platform

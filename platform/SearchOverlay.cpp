@@ -183,6 +183,8 @@ void SearchOverlay::listViewConfigureCell(ui::ListView& /*list*/, ui::ListViewCe
   content.isFolder = results_[row].entry.isDirectory && !results_[row].entry.isPackage;
   content.isCloudOnly = results_[row].entry.isCloudOnly;
   content.detail = results_[row].entry.url.URLByDeletingLastPathComponent().lastPathComponent();
+  const auto services = Platform::services();
+  content.icon = DocumentListCell::iconFor(services->documentIcons.get(), results_[row].entry);
   cell->configure(content);
 }
 

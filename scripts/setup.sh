@@ -11,6 +11,8 @@ packages=(
   libicu-dev libcairo2-dev libjpeg-dev nlohmann-json3-dev libsystemd-dev
   libspdlog-dev
   fonts-dejavu-core
+  # Names with emoji on the screen (the page's font stack falls back to it).
+  fonts-noto-color-emoji
   # The screen: its HTTP server, and the browser of its browser tests.
   libcpp-httplib-dev chromium
 )

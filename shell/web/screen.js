@@ -399,10 +399,17 @@
       el.removeAttribute("tabindex");
       if (el.getAttribute("role") === "button") el.removeAttribute("role");
     }
-    if (node.label && (tappable || node.kind === "ImageView" || node.kind === "Button")) {
+    // A label whose text is a symbol (the cloud mark) is named by its accessibility label.
+    const namedSymbol = node.kind === "Label" && !tappable && node.label && node.text && node.label !== node.text;
+    if (node.label && (tappable || node.kind === "ImageView" || node.kind === "Button" || namedSymbol)) {
       el.setAttribute("aria-label", node.label);
     } else if (node.kind !== "Button") {
       el.removeAttribute("aria-label");
+    }
+    if (namedSymbol) {
+      el.setAttribute("role", "img");
+    } else if (el.getAttribute("role") === "img") {
+      el.removeAttribute("role");
     }
     if (has(node, "swipe")) el.dataset.swipe = "1"; else delete el.dataset.swipe;
     if (has(node, "scroll")) {

@@ -6,6 +6,7 @@
 
 #include <chrono>
 
+#include "host/GeneratedDocumentIconService.h"
 #include "platform/DocumentListCell.h"
 #include "platform/NameCollator.h"
 #include "platform/SearchOverlay.h"
@@ -262,6 +263,33 @@ TEST_F(DocumentListControllerTest, Rows_TapsAndActionsReachTheDelegateFromReused
   EXPECT_EQ(delegate_->folders.size(), 1U);
   listing->setSelectedItems(listing->containedItems());
   EXPECT_TRUE(rows.cellForRow(3)->isChecked());
+}
+
+TEST_F(DocumentListControllerTest, Rows_ShowTheIconOfTheirKindBesideTheName) {
+  auto icons = std::make_shared<host::GeneratedDocumentIconService>(3);
+  home_.services().documentIcons = icons;
+  testing::installWithPhone(home_.services());
+  const std::string docs = home_.documents();
+  home_.makeFolder(docs + "/Folder");
+  home_.writeDocument(docs + "/Note.txt", "n");
+  home_.writeDocument(docs + "/Report.pdf", "%PDF-1.4");
+  auto listing = open(docs);
+  auto window = testing::showInWindow(listing);
+  const auto small = platform::kDocumentIconFormatSmall;
+  const auto folder = listing->cellForRow(0);
+  const auto note = listing->cellForRow(1);
+  const auto report = listing->cellForRow(2);
+  ASSERT_TRUE(folder && note && report);
+  EXPECT_EQ(folder->iconView()->image(), icons->iconForFile("Folder", std::string("public.folder"), small));
+  EXPECT_EQ(note->iconView()->image(), icons->iconForFile("Note.txt", std::nullopt, small));
+  EXPECT_EQ(report->iconView()->image(), icons->iconForFile("Report.pdf", std::nullopt, small));
+  EXPECT_NE(note->iconView()->image(), report->iconView()->image());
+  EXPECT_NE(folder->iconView()->image(), note->iconView()->image());
+  // The icon sits at the margin and the texts move beside it.
+  EXPECT_FALSE(report->iconView()->isHidden());
+  EXPECT_EQ(report->iconView()->frame(), ui::Rect(16, 14, 32, 32));
+  EXPECT_EQ(report->nameLabel()->frame().minX(), 60);
+  EXPECT_EQ(report->detailLabel()->frame().minX(), 60);
 }
 
 TEST_F(DocumentListControllerTest, Hierarchy_FromTheTopLevelDownToAFolderOfTheDrive) {
