@@ -532,13 +532,12 @@ void ScreenServer::serveLogStream(const httplib::Request& request, httplib::Resp
         const auto records = follower->take(kKeepAliveInterval);
         std::string message;
         if (!records.empty()) {
+          // A batch whose records are all above the level is sent empty: it
+          // still moves the reconnection point on and tells the view how far
+          // the log has been read.
           const json list = recordsJson(records, 0, level);
-          message = "id: " + std::to_string(records.back().sequence) + "\n";
-          // Records above the level still move the reconnection point on.
-          if (!list.empty()) {
-            message += "event: records\ndata: " + list.dump(-1, ' ', false, json::error_handler_t::replace) + "\n";
-          }
-          message += "\n";
+          message = "id: " + std::to_string(records.back().sequence) + "\nevent: records\ndata: " +
+                    list.dump(-1, ' ', false, json::error_handler_t::replace) + "\n\n";
         } else {
           message = ": keep-alive\n\n";
         }

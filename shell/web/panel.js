@@ -241,7 +241,11 @@
     if (stream) stream.close();
     list.textContent = "";
     stream = new EventSource("/api/log/stream?level=" + levelSelect.value);
-    stream.addEventListener("records", (e) => addRecords(JSON.parse(e.data)));
+    stream.addEventListener("records", (e) => {
+      addRecords(JSON.parse(e.data));
+      // How far the log has been read, shown records or not.
+      list.dataset.through = e.lastEventId;
+    });
   }
   levelSelect.addEventListener("change", follow);
   follow();

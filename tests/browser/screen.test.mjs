@@ -7,7 +7,7 @@ import assert from "node:assert/strict";
 import fs from "node:fs";
 import path from "node:path";
 import { after, before, describe, test } from "node:test";
-import { phoneState, projectRoot, startApp, startBrowser, waitForFrame } from "./support.mjs";
+import { imagesLoaded, phoneState, projectRoot, startApp, startBrowser, waitForFrame } from "./support.mjs";
 
 describe("screen", () => {
   let app;
@@ -41,7 +41,8 @@ describe("screen", () => {
     await page.locator("#connection", { hasText: "Connected" }).waitFor();
     assert.deepEqual(browser.problems, []);
     if (process.env.VELUNE_UPDATE_SCREENSHOTS) {
-      await page.waitForTimeout(500);
+      await page.locator('#screen [aria-label="Budget.csv"]').waitFor();
+      await imagesLoaded(page);
       await page.screenshot({ path: path.join(projectRoot, "docs/screen-phone.png") });
     }
   });
@@ -61,7 +62,8 @@ describe("screen", () => {
     assert.equal(tablet.height, 820);
     assert.ok(await page.locator("#device.tablet.landscape").isVisible());
     if (process.env.VELUNE_UPDATE_SCREENSHOTS) {
-      await page.waitForTimeout(500);
+      await waitForFrame(page, await page.evaluate(() => window.veluneScreen.snapshot.sequence) - 1);
+      await imagesLoaded(page);
       await page.screenshot({ path: path.join(projectRoot, "docs/screen-tablet.png") });
     }
     await page.getByRole("radio", { name: "Phone" }).click();
@@ -104,7 +106,13 @@ describe("screen", () => {
     await page.locator("#log li", { hasText: "Control panel: network cellular" }).first().waitFor();
     await page.getByLabel("Show up to").selectOption("3");
     await page.getByRole("radio", { name: "Wi-Fi" }).click();
-    await page.waitForTimeout(500);
+    // Once the view has read past the record, it must not be shown.
+    const sequence = await page.waitForFunction(async () => {
+      const log = await (await fetch("/api/log?level=7")).json();
+      const record = log.records.find((r) => r.message === "Control panel: network wifi");
+      return record && record.sequence;
+    }).then((handle) => handle.jsonValue());
+    await page.waitForFunction((n) => Number(document.getElementById("log").dataset.through || 0) >= n, sequence);
     const shown = await page.locator("#log li").allTextContents();
     assert.ok(shown.every((line) => !line.includes("Control panel: network wifi")), "level 6 records are hidden at level 3");
     await page.getByLabel("Show up to").selectOption("7");

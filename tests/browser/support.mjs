@@ -68,6 +68,12 @@ export async function waitForFrame(page, after = 0) {
   return page.evaluate(() => window.veluneScreen.sequence);
 }
 
+// Waits until every image the screen draws has loaded (before a screenshot).
+export async function imagesLoaded(page) {
+  await page.waitForFunction(() => [...document.querySelectorAll("#screen img")]
+    .every((img) => !img.getAttribute("src") || (img.complete && img.naturalWidth > 0)));
+}
+
 export async function phoneState(page) {
   return page.evaluate(async () => (await fetch("/api/phone")).json());
 }
