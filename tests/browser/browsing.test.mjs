@@ -1,5 +1,6 @@
 // Browsing the demo drive on the screen: the root listing with its icons and
-// status line, a folder opened and left again, the search and edit mode.
+// status line, a folder opened and left again, the search, edit mode, and the
+// unavailable screen while the phone has no account.
 import assert from "node:assert/strict";
 import { after, before, describe, test } from "node:test";
 import { startApp, startBrowser, waitForFrame } from "./support.mjs";
@@ -88,5 +89,15 @@ describe("browsing", () => {
     await screen().getByRole("button", { name: "Cancel", exact: true }).click();
     await title().filter({ hasText: "Velune Drive" }).waitFor();
     await row("Budget.csv").getByRole("button", { name: "Info" }).waitFor();
+  });
+
+  test("signing out in the control panel shows the unavailable screen, signing in the drive again", async () => {
+    await page.getByRole("radio", { name: "Signed out" }).click();
+    await screen().getByText("Velune Drive Is Unavailable", { exact: true }).first().waitFor();
+    await screen().getByText(/^Sign in to your account/).waitFor();
+    assert.equal(await row("Budget.csv").count(), 0, "no document shows while signed out");
+    await page.getByRole("radio", { name: "Signed in" }).click();
+    await row("Budget.csv").waitFor();
+    assert.equal(await title().textContent(), "Velune Drive");
   });
 });
