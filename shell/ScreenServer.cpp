@@ -506,12 +506,16 @@ void ScreenServer::serveLogStream(const httplib::Request& request, httplib::Resp
     return;
   }
   const int level = levelParameter(request);
-  // A new view starts with the last records; a reconnecting one where it was.
-  std::uint64_t start = 0;
+  // A new view starts with the last records; a reconnecting one where it
+  // was, unless it names a record this run has not logged (numbers start
+  // again at 1 when the app restarts).
+  const auto kept = parts_.log->backlog();
+  std::uint64_t start = kept.size() > kLogViewStart ? kept[kept.size() - kLogViewStart - 1].sequence : 0;
   if (request.has_header("Last-Event-ID")) {
-    start = std::strtoull(request.get_header_value("Last-Event-ID").c_str(), nullptr, 10);
-  } else if (const auto kept = parts_.log->backlog(); kept.size() > kLogViewStart) {
-    start = kept[kept.size() - kLogViewStart - 1].sequence;
+    const std::uint64_t seen = std::strtoull(request.get_header_value("Last-Event-ID").c_str(), nullptr, 10);
+    if (!kept.empty() && seen <= kept.back().sequence) {
+      start = seen;
+    }
   }
   auto follower = std::make_shared<LogFollower>(parts_.log, start);
   {

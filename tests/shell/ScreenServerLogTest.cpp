@@ -1,7 +1,7 @@
 // The screen's log view against a running server: records logged by the
 // app's code reach GET /api/log and the live stream through the services'
 // log tee, filtered by level, and a reconnecting stream resumes after the
-// last record it saw.
+// last record it saw (or starts anew when that record is not of this run).
 
 #include <gtest/gtest.h>
 #include <httplib.h>
@@ -165,6 +165,12 @@ TEST_F(ScreenServerLogTest, AppRecords_ReachTheLogRouteAndItsStreamFilteredByLev
   EXPECT_NE(resumed.text().find("an event the view hides"), std::string::npos);
   EXPECT_EQ(resumed.text().find("while viewing"), std::string::npos);
   EXPECT_EQ(resumed.text().find("before the view 1"), std::string::npos);
+
+  // A number from an earlier run of the app starts a new view.
+  auto stale = authorized();
+  stale.emplace("Last-Event-ID", "999999");
+  StreamReader fresh(server_->port(), stale, "/api/log/stream?level=7");
+  EXPECT_TRUE(fresh.waitFor("before the view 1")) << fresh.text();
 }
 
 // A log stream waiting for records held a thread of the server's pool until
