@@ -125,6 +125,7 @@ class ScreenServerLogTest : public testing::UITestCase {
 TEST_F(ScreenServerLogTest, AppRecords_ReachTheLogRouteAndItsStreamFilteredByLevel) {
   DRLOG(kLogWarning, "before the view %d", 1);
   DRLOG(kLogInfo, "an event");
+  DRLOG(kLogWarning, "a name that is not UTF-8: %s", "\xff\xfe.txt");
   delivered();
 
   const json warnings = records("?level=4");
@@ -136,6 +137,11 @@ TEST_F(ScreenServerLogTest, AppRecords_ReachTheLogRouteAndItsStreamFilteredByLev
   EXPECT_EQ(find(warnings["records"], "an event"), nullptr) << "level 6 is hidden at level 4";
   const std::uint64_t warningSequence = (*warning)["sequence"];
   EXPECT_GE(warnings["last"].get<std::uint64_t>(), warningSequence + 1) << "hidden records still count as seen";
+  bool foundInvalid = false;
+  for (const auto& record : warnings["records"]) {
+    foundInvalid |= record["message"].get<std::string>().rfind("a name that is not UTF-8: ", 0) == 0;
+  }
+  EXPECT_TRUE(foundInvalid) << "a record with invalid UTF-8 is answered, not an error";
   const json everything = records("");
   EXPECT_NE(find(everything["records"], "an event"), nullptr);
   const json later = records("?after=" + std::to_string(warningSequence));
