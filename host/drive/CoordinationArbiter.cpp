@@ -33,6 +33,15 @@ bool CoordinationArbiter::mayRun(const std::list<Claim>::iterator& claim, bool o
   return true;
 }
 
+std::optional<CoordinationArbiter::HeldClaim> CoordinationArbiter::hold(std::vector<Access> accesses,
+                                                                        const std::atomic<bool>& cancelled) {
+  const auto id = acquire(std::move(accesses), cancelled);
+  if (!id) {
+    return std::nullopt;
+  }
+  return std::optional<HeldClaim>(std::in_place, *this, *id);
+}
+
 std::optional<CoordinationArbiter::ClaimId> CoordinationArbiter::acquire(std::vector<Access> accesses,
                                                                          const std::atomic<bool>& cancelled) {
   std::unique_lock lock(mutex_);

@@ -19,6 +19,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace velune::host {
@@ -31,9 +32,31 @@ class CoordinationArbiter {
   };
   using ClaimId = std::uint64_t;
 
+  // A running claim, released when the guard goes (an early return or an
+  // exception out of the accessor cannot leave it held). Movable, not copyable.
+  class HeldClaim {
+   public:
+    HeldClaim(CoordinationArbiter& arbiter, ClaimId id) : arbiter_(&arbiter), id_(id) {}
+    HeldClaim(HeldClaim&& other) noexcept : arbiter_(std::exchange(other.arbiter_, nullptr)), id_(other.id_) {}
+    HeldClaim& operator=(HeldClaim&&) = delete;
+    HeldClaim(const HeldClaim&) = delete;
+    HeldClaim& operator=(const HeldClaim&) = delete;
+    ~HeldClaim() {
+      if (arbiter_ != nullptr) {
+        arbiter_->release(id_);
+      }
+    }
+
+   private:
+    CoordinationArbiter* arbiter_;
+    ClaimId id_;
+  };
+
   // Blocks until the claim may run; nothing when `cancelled` was set first.
   std::optional<ClaimId> acquire(std::vector<Access> accesses, const std::atomic<bool>& cancelled);
   void release(ClaimId id);
+  // acquire(), the claim held by the returned guard.
+  std::optional<HeldClaim> hold(std::vector<Access> accesses, const std::atomic<bool>& cancelled);
   // Wakes every waiter so that it looks at its cancellation flag again.
   void wakeAll();
 

@@ -80,15 +80,10 @@ std::optional<Error> HostFileCoordinator::coordinateReadingItemAtURL(const URL& 
   if (!path) {
     return notCoordinatable(url, false);
   }
-  const auto claim = core_->arbiter().acquire({{*path, false}}, cancelled_.flag());
+  const auto claim = core_->arbiter().hold({{*path, false}}, cancelled_.flag());
   if (!claim) {
     return cancelledError();
   }
-  struct Release {
-    CoordinationArbiter& arbiter;
-    CoordinationArbiter::ClaimId id;
-    ~Release() { arbiter.release(id); }
-  } release{core_->arbiter(), *claim};
 
   URL readURL = url;
   if ((options & platform::kReadingResolvesSymbolicLink) != 0) {
@@ -144,11 +139,16 @@ std::optional<Error> HostFileCoordinator::write(std::vector<Target> targets,
     accesses.push_back({*path, true});
     paths.push_back(*path);
   }
-  const auto claim = core_->arbiter().acquire(std::move(accesses), cancelled_.flag());
+  const auto claim = core_->arbiter().hold(std::move(accesses), cancelled_.flag());
   if (!claim) {
     return cancelledError();
   }
-  const std::uint64_t suppression = core_->beginWrite(paths);
+  // Ends before the claim is released (declared after it), however the write ends.
+  struct Suppression {
+    CoordinationCore& core;
+    std::uint64_t id;
+    ~Suppression() { core.endWrite(id); }
+  } suppression{*core_, core_->beginWrite(paths)};
   const platform::FilePresenter* own = presenter_.get();
   for (const auto& target : targets) {
     if ((target.options & platform::kWritingForDeleting) != 0) {
@@ -167,8 +167,6 @@ std::optional<Error> HostFileCoordinator::write(std::vector<Target> targets,
   // Tell presenters what really happened (nobody to tell: nothing to look at).
   const auto moves = takeMoves();
   if (core_->presenters().isEmpty()) {
-    core_->endWrite(suppression);
-    core_->arbiter().release(*claim);
     return std::nullopt;
   }
   std::vector<std::string> moved;
@@ -188,8 +186,6 @@ std::optional<Error> HostFileCoordinator::write(std::vector<Target> targets,
       core_->presenters().itemChanged(target.path, own);
     }
   }
-  core_->endWrite(suppression);
-  core_->arbiter().release(*claim);
   return std::nullopt;
 }
 

@@ -7,6 +7,7 @@
 #include "host/drive/HostSyncURLService.h"
 #include "platform/DispatchQueue.h"
 #include "platform/OperationQueue.h"
+#include "platform/TimerService.h"
 
 namespace velune::host {
 
@@ -119,8 +120,23 @@ void PresenterRegistry::itemDeleted(const std::string& path, const FilePresenter
     std::mutex mutex;
     std::condition_variable done;
     int pending = 0;
+    bool timedOut = false;
   };
   auto waiter = std::make_shared<Waiter>();
+  // The limit is measured on the platform's clock (a test's manual clock ends
+  // it without real time passing), and registered before any presenter is
+  // told, so that once one has its notice the limit is already running.
+  std::optional<platform::TimerService::Id> limit;
+  if (waitForPresenters) {
+    limit = platform::TimerService::shared().schedule(
+        platform::Clock::current().monotonicNow() + kAccommodationTimeout, [waiter] {
+          {
+            std::lock_guard lock(waiter->mutex);
+            waiter->timedOut = true;
+          }
+          waiter->done.notify_all();
+        });
+  }
   auto finished = [waiter] {
     {
       std::lock_guard lock(waiter->mutex);
@@ -153,9 +169,15 @@ void PresenterRegistry::itemDeleted(const std::string& path, const FilePresenter
   if (!waitForPresenters) {
     return;
   }
-  std::unique_lock lock(waiter->mutex);
-  if (!waiter->done.wait_for(lock, kAccommodationTimeout, [&] { return waiter->pending <= 0; })) {
-    PLATFORM_LOG(kLogWarning, "Deleting %@ without waiting longer for %d presenters", path, waiter->pending);
+  int unanswered = 0;
+  {
+    std::unique_lock lock(waiter->mutex);
+    waiter->done.wait(lock, [&] { return waiter->pending <= 0 || waiter->timedOut; });
+    unanswered = waiter->pending;
+  }
+  platform::TimerService::shared().cancel(*limit);
+  if (unanswered > 0) {
+    PLATFORM_LOG(kLogWarning, "Deleting %@ without waiting longer for %d presenters", path, unanswered);
   }
 }
 

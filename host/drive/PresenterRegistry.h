@@ -44,7 +44,8 @@ class PresenterRegistry {
   void itemChanged(const std::string& path, const platform::FilePresenter* excluding);
   void itemMoved(const std::string& from, const std::string& to, const platform::FilePresenter* excluding);
   // With `waitForPresenters`, returns once every presenter told has called its
-  // completion handler (or after kAccommodationTimeout).
+  // completion handler, or once kAccommodationTimeout has passed on the
+  // platform's clock (logging a warning); blocks the calling thread meanwhile.
   void itemDeleted(const std::string& path, const platform::FilePresenter* excluding, bool waitForPresenters);
   // After lost file system notices: every presenter hears that its item changed.
   void everythingChanged();

@@ -3,11 +3,14 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <stdexcept>
 #include <thread>
 
 #include "host/drive/HostFileCoordinationService.h"
 #include "host/drive/HostFileCoordinator.h"
 #include "platform/FileCoordinator.h"
+#include "platform/Log.h"
+#include "platform/OperationQueue.h"
 #include "tests/host/RecordingPresenter.h"
 #include "tests/support/DriveTestHome.h"
 
@@ -29,9 +32,9 @@ class Gate {
     }
     changed_.notify_all();
   }
-  bool wait() {
+  bool wait(std::chrono::seconds limit = std::chrono::seconds(10)) {
     std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::seconds(10), [&] { return open_; });
+    return changed_.wait_for(lock, limit, [&] { return open_; });
   }
 
  private:
@@ -276,6 +279,126 @@ TEST_F(HostFileCoordinatorTest, DeletionIsAccommodatedBeforeTheItemGoes) {
   settle({presenter, folderPresenter});
   EXPECT_EQ(presenter->notices(), std::vector<std::string>{"deleted"});
   EXPECT_EQ(folderPresenter->notices(), std::vector<std::string>{"subitem deleted " + file});
+}
+
+// A presenter that takes its time over a deletion: it keeps the completion
+// handler until the test answers for it.
+class SlowPresenter final : public platform::FilePresenter {
+ public:
+  explicit SlowPresenter(URL url)
+      : url_(std::move(url)),
+        queue_(std::make_unique<platform::OperationQueue>("slow presenter", platform::QualityOfService::Default, 1)) {}
+  ~SlowPresenter() override { queue_->waitUntilAllOperationsAreFinished(); }
+
+  URL presentedItemURL() const override { return url_; }
+  platform::OperationQueue* presentedItemOperationQueue() const override { return queue_.get(); }
+  void accommodatePresentedItemDeletionWithCompletionHandler(CompletionHandler handler) override {
+    {
+      std::lock_guard lock(mutex_);
+      handler_ = std::move(handler);
+    }
+    told.open();
+  }
+  void answer() {
+    CompletionHandler handler;
+    {
+      std::lock_guard lock(mutex_);
+      handler = std::move(handler_);
+    }
+    ASSERT_TRUE(handler);
+    handler(std::nullopt);
+  }
+
+  Gate told;
+
+ private:
+  const URL url_;
+  std::unique_ptr<platform::OperationQueue> queue_;
+  std::mutex mutex_;
+  CompletionHandler handler_;
+};
+
+TEST_F(HostFileCoordinatorTest, Delete_WaitsForAPresenterThatAnswersLate) {
+  const std::string file = home_.writeDocument(home_.documents() + "/Slow.txt", "s");
+  auto presenter = std::make_shared<SlowPresenter>(URL::fileURLWithPath(file, false));
+  coordination().addFilePresenter(presenter);
+  std::atomic<bool> deleted{false};
+  std::thread deleter([&] {
+    coordination().makeCoordinator()->coordinateWritingItemAtURL(URL::fileURLWithPath(file, false),
+                                                                 platform::kWritingForDeleting, [&](const URL& url) {
+                                                                   ::unlink(url.path().c_str());
+                                                                   deleted = true;
+                                                                 });
+  });
+  ASSERT_TRUE(presenter->told.wait());
+  // Short of the limit the delete still waits.
+  testing::manualClock().advance(PresenterRegistry::kAccommodationTimeout - std::chrono::milliseconds(1));
+  EXPECT_FALSE(deleted);
+  EXPECT_TRUE(DriveTestHome::exists(file));
+  presenter->answer();
+  deleter.join();
+  EXPECT_TRUE(deleted);
+  EXPECT_FALSE(DriveTestHome::exists(file));
+  EXPECT_FALSE(testing::loggedPrefixAt(kLogWarning, "Deleting " + file));
+  EXPECT_EQ(coordination().core().arbiter().claimCount(), 0U);
+}
+
+// The wait for presenters ran on real time, so a presenter that never answered
+// held the write claim for ten real seconds whatever the platform's clock said.
+TEST_F(HostFileCoordinatorTest, Delete_GoesOnAfterTheLimitWithoutAPresenterThatNeverAnswers) {
+  const std::string file = home_.writeDocument(home_.documents() + "/Stuck.txt", "s");
+  auto presenter = std::make_shared<SlowPresenter>(URL::fileURLWithPath(file, false));
+  coordination().addFilePresenter(presenter);
+  Gate deleted;
+  std::thread deleter([&] {
+    coordination().makeCoordinator()->coordinateWritingItemAtURL(URL::fileURLWithPath(file, false),
+                                                                 platform::kWritingForDeleting, [&](const URL& url) {
+                                                                   ::unlink(url.path().c_str());
+                                                                   deleted.open();
+                                                                 });
+  });
+  ASSERT_TRUE(presenter->told.wait());
+  testing::manualClock().advance(PresenterRegistry::kAccommodationTimeout);
+  // Well under the limit in real time: only the clock's time may end the wait.
+  const bool deletedInTime = deleted.wait(std::chrono::seconds(5));
+  deleter.join();
+  EXPECT_TRUE(deletedInTime);
+  EXPECT_FALSE(DriveTestHome::exists(file));
+  EXPECT_TRUE(testing::loggedAt(kLogWarning,
+                                "Deleting " + file + " without waiting longer for 1 presenters"));
+  ASSERT_EQ(coordination().core().arbiter().claimCount(), 0U);
+
+  // The claim is gone: a later write of the same path runs at once.
+  bool written = false;
+  EXPECT_FALSE(coordination().makeCoordinator()->coordinateWritingItemAtURL(
+      URL::fileURLWithPath(file, false), platform::kWritingForReplacing, [&](const URL& url) {
+        DriveTestHome::writeRaw(url.path(), "again");
+        written = true;
+      }));
+  EXPECT_TRUE(written);
+  // An answer after the limit is harmless.
+  presenter->answer();
+  presenter.reset();
+}
+
+// A write whose accessor threw kept its claim, and every later access to the
+// item (or anything inside or above it) waited forever.
+TEST_F(HostFileCoordinatorTest, Write_ReleasesTheClaimWhenTheAccessorThrows) {
+  const URL file = URL::fileURLWithPath(home_.writeDocument(home_.documents() + "/Throws.txt", "t"), false);
+  // A presenter, so that the write also tells presenters (a deletion waits for them).
+  auto folderPresenter = present(URL::fileURLWithPath(home_.documents(), true));
+  for (const auto options : {platform::kWritingForDeleting, platform::kWritingForReplacing}) {
+    EXPECT_THROW(coordination().makeCoordinator()->coordinateWritingItemAtURL(
+                     file, options, [](const URL&) { throw std::runtime_error("accessor failed"); }),
+                 std::runtime_error);
+    ASSERT_EQ(coordination().core().arbiter().claimCount(), 0U);
+  }
+  bool read = false;
+  std::thread reader([&] {
+    coordination().makeCoordinator()->coordinateReadingItemAtURL(file, 0, [&](const URL&) { read = true; });
+  });
+  reader.join();
+  EXPECT_TRUE(read);
 }
 
 TEST_F(HostFileCoordinatorTest, WritersOwnPresenterIsNotToldOthersAre) {
