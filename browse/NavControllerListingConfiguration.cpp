@@ -45,7 +45,7 @@ void NavController::initNewListController(DocumentListController& listing) {
   DRLOG(kLogDebug, "DLC has %d items: %@", static_cast<int>(listing.containedItems().size()), listing.containedItems());
   // Delete, actions menu and details (7): the mask for quick launch, which is
   // always on (Settings::quickLaunch()); then rename, added to what the listing keeps.
-  namespace Available = platform::DocumentListAvailableAction;
+  using Available = platform::DocumentListAvailableActions;
   listing.setAvailableActions(Available::Delete | Available::ActionsMenu | Available::Details);
   listing.setAvailableActions(listing.availableActions() | Available::Rename);
   configureNavBar(listing);

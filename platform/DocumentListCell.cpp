@@ -105,7 +105,7 @@ void DocumentListCell::configure(const Content& content) {
   cloud_->setHidden(!content.isCloudOnly);
   chevron_->setHidden(!content.isFolder || content.isEditing);
   const auto allowed = [&](DocumentListRowAction action) {
-    return !content.isEditing && (content.availableActions & availableActionBit(action)) != 0;
+    return !content.isEditing && allows(content.availableActions, action);
   };
   info_->setHidden(!allowed(DocumentListRowAction::Details));
   more_->setHidden(!allowed(DocumentListRowAction::ActionsMenu));

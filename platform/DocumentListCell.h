@@ -40,7 +40,7 @@ class DocumentListCell : public ui::ListViewCell {
     bool isFolder = false;
     bool isCloudOnly = false;
     bool isEditing = false;
-    std::uint32_t availableActions = 0;
+    DocumentListAvailableActions availableActions = DocumentListAvailableActions::None;
     // The small icon of the item's kind; none leaves the text at the margin.
     std::shared_ptr<ui::Image> icon;
   };

@@ -208,7 +208,7 @@ void DocumentListController::showSelection() {
   }
 }
 
-void DocumentListController::setAvailableActions(std::uint32_t actions) {
+void DocumentListController::setAvailableActions(DocumentListAvailableActions actions) {
   VELUNE_ASSERT_MAIN_THREAD();
   availableActions_ = actions;
   if (rows_) {
@@ -331,10 +331,10 @@ void DocumentListController::listViewConfigureCell(ui::ListView& /*list*/, ui::L
 
 std::vector<ui::ListRowAction> DocumentListController::listViewActionsForRow(ui::ListView& /*list*/, size_t /*row*/) {
   std::vector<ui::ListRowAction> actions;
-  if ((availableActions_ & DocumentListAvailableAction::Rename) != 0) {
+  if (allows(availableActions_, DocumentListRowAction::Rename)) {
     actions.push_back({static_cast<int>(DocumentListRowAction::Rename), localized("Rename"), false});
   }
-  if ((availableActions_ & DocumentListAvailableAction::Delete) != 0) {
+  if (allows(availableActions_, DocumentListRowAction::Delete)) {
     actions.push_back({static_cast<int>(DocumentListRowAction::Delete), localized("Delete"), true});
   }
   return actions;
@@ -391,7 +391,7 @@ void DocumentListController::reportAction(size_t row, DocumentListRowAction acti
                                           const std::shared_ptr<ui::View>& origin) {
   VELUNE_ASSERT_MAIN_THREAD();
   const auto& items = listing_->items();
-  if (row >= items.size() || (availableActions_ & availableActionBit(action)) == 0) {
+  if (row >= items.size() || !allows(availableActions_, action)) {
     return;
   }
   const URL url = items[row].entry.url;

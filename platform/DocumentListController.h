@@ -103,8 +103,8 @@ class DocumentListController : public ui::ViewController,
   // Keeps only contained items; tells the delegate.
   void setSelectedItems(const std::vector<URL>& items);
 
-  std::uint32_t availableActions() const { return availableActions_; }
-  void setAvailableActions(std::uint32_t actions);
+  DocumentListAvailableActions availableActions() const { return availableActions_; }
+  void setAvailableActions(DocumentListAvailableActions actions);
 
   std::shared_ptr<DocumentListControllerDelegate> delegate() const { return delegate_.lock(); }
   void setDelegate(std::weak_ptr<DocumentListControllerDelegate> delegate) { delegate_ = std::move(delegate); }
@@ -145,7 +145,7 @@ class DocumentListController : public ui::ViewController,
 
   std::shared_ptr<DocumentListing> listing_;
   std::unordered_set<URL> selected_;
-  std::uint32_t availableActions_ = 0;
+  DocumentListAvailableActions availableActions_ = DocumentListAvailableActions::None;
   std::weak_ptr<DocumentListControllerDelegate> delegate_;
   std::shared_ptr<ui::ListView> rows_;
   std::shared_ptr<ui::Button> search_;

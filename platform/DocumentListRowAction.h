@@ -15,18 +15,47 @@ enum class DocumentListRowAction : int {
   Rename = 3,
 };
 
-// Bits of DocumentListController::availableActions().
-namespace DocumentListAvailableAction {
-inline constexpr std::uint32_t Delete = 1U << 0;
-inline constexpr std::uint32_t ActionsMenu = 1U << 1;
-inline constexpr std::uint32_t Details = 1U << 2;
-inline constexpr std::uint32_t Rename = 1U << 3;
-}  // namespace DocumentListAvailableAction
+// The available-actions mask of a listing (DocumentListController::
+// availableActions()): one named bit per row action its rows may offer, bit n
+// for the action numbered n. Masks are made with | and asked with allows();
+// bits beyond the four known ones are kept as given and allow nothing.
+enum class DocumentListAvailableActions : std::uint32_t {
+  None = 0,
+  Delete = 1U << 0,
+  ActionsMenu = 1U << 1,
+  Details = 1U << 2,
+  Rename = 1U << 3,
+};
 
-// The bit that allows `action`; 0 for an unknown action.
-constexpr std::uint32_t availableActionBit(DocumentListRowAction action) {
-  const int value = static_cast<int>(action);
-  return value >= 0 && value <= 3 ? (1U << value) : 0U;
+constexpr DocumentListAvailableActions operator|(DocumentListAvailableActions a, DocumentListAvailableActions b) {
+  return static_cast<DocumentListAvailableActions>(static_cast<std::uint32_t>(a) | static_cast<std::uint32_t>(b));
+}
+constexpr DocumentListAvailableActions operator&(DocumentListAvailableActions a, DocumentListAvailableActions b) {
+  return static_cast<DocumentListAvailableActions>(static_cast<std::uint32_t>(a) & static_cast<std::uint32_t>(b));
+}
+constexpr DocumentListAvailableActions& operator|=(DocumentListAvailableActions& a, DocumentListAvailableActions b) {
+  return a = a | b;
+}
+
+// The bit that allows `action`; None for an action outside the four known ones.
+constexpr DocumentListAvailableActions availableActionFor(DocumentListRowAction action) {
+  switch (action) {
+    case DocumentListRowAction::Delete:
+      return DocumentListAvailableActions::Delete;
+    case DocumentListRowAction::ActionsMenu:
+      return DocumentListAvailableActions::ActionsMenu;
+    case DocumentListRowAction::Details:
+      return DocumentListAvailableActions::Details;
+    case DocumentListRowAction::Rename:
+      return DocumentListAvailableActions::Rename;
+  }
+  return DocumentListAvailableActions::None;
+}
+
+// Whether `mask` lets the rows offer `action`.
+constexpr bool allows(DocumentListAvailableActions mask, DocumentListRowAction action) {
+  const DocumentListAvailableActions bit = availableActionFor(action);
+  return bit != DocumentListAvailableActions::None && (mask & bit) == bit;
 }
 
 }  // namespace velune::platform

@@ -239,8 +239,8 @@ TEST_F(DocumentListControllerTest, Rows_TapsAndActionsReachTheDelegateFromReused
   ASSERT_TRUE(cell);
   EXPECT_TRUE(cell->buttonForAction(DocumentListRowAction::Details)->isHidden());
   EXPECT_FALSE(cell->swipe());  // nothing to offer yet
-  listing->setAvailableActions(platform::DocumentListAvailableAction::Details |
-                               platform::DocumentListAvailableAction::Rename);
+  listing->setAvailableActions(platform::DocumentListAvailableActions::Details |
+                               platform::DocumentListAvailableActions::Rename);
   EXPECT_FALSE(cell->buttonForAction(DocumentListRowAction::Details)->isHidden());
   EXPECT_TRUE(cell->buttonForAction(DocumentListRowAction::ActionsMenu)->isHidden());
   ASSERT_TRUE(cell->buttonForAction(DocumentListRowAction::Details)->tap());
@@ -290,6 +290,48 @@ TEST_F(DocumentListControllerTest, Rows_ShowTheIconOfTheirKindBesideTheName) {
   EXPECT_EQ(report->iconView()->frame(), ui::Rect(16, 14, 32, 32));
   EXPECT_EQ(report->nameLabel()->frame().minX(), 60);
   EXPECT_EQ(report->detailLabel()->frame().minX(), 60);
+}
+
+TEST_F(DocumentListControllerTest, AvailableActions_EachNamedBitAllowsOnlyItsOwnAction) {
+  using Available = platform::DocumentListAvailableActions;
+  const std::vector<DocumentListRowAction> known{DocumentListRowAction::Delete, DocumentListRowAction::ActionsMenu,
+                                                 DocumentListRowAction::Details, DocumentListRowAction::Rename};
+  for (const auto bitOf : known) {
+    for (const auto asked : known) {
+      EXPECT_EQ(platform::allows(platform::availableActionFor(bitOf), asked), bitOf == asked)
+          << static_cast<int>(bitOf) << " " << static_cast<int>(asked);
+    }
+  }
+  // The bits are the platform's numbers: quick launch's 7, then 8 added, 15 in all.
+  EXPECT_EQ(static_cast<std::uint32_t>(Available::Delete | Available::ActionsMenu | Available::Details), 7U);
+  EXPECT_EQ(static_cast<std::uint32_t>(Available::Rename), 8U);
+  // An action outside the four is never allowed, whatever bits a mask carries.
+  const auto everyBit = static_cast<Available>(0xFFFFFFFFU);
+  for (const int unknown : {-1, 4, 5, 31, 32, 1000}) {
+    EXPECT_FALSE(platform::allows(everyBit, static_cast<DocumentListRowAction>(unknown))) << unknown;
+  }
+
+  // Through a listing: a row action reaches the delegate only when its bit is set.
+  const std::string docs = home_.documents();
+  home_.writeDocument(docs + "/Note.txt", "n");
+  auto listing = open(docs);
+  auto window = testing::showInWindow(listing);
+  auto& rows = listing->rowsView();
+  listing->setAvailableActions(everyBit);
+  listing->listViewPerformRowAction(rows, 0, 4, nullptr);
+  listing->listViewPerformRowAction(rows, 0, -1, nullptr);
+  EXPECT_TRUE(delegate_->actions.empty());
+  listing->setAvailableActions(Available::Delete | Available::Details);
+  for (const auto action : known) {
+    listing->listViewPerformRowAction(rows, 0, static_cast<int>(action), nullptr);
+  }
+  ASSERT_EQ(delegate_->actions.size(), 2U);
+  EXPECT_EQ(delegate_->actions[0].action, DocumentListRowAction::Delete);
+  EXPECT_EQ(delegate_->actions[1].action, DocumentListRowAction::Details);
+  // The swipe offers only what the mask allows.
+  const auto swiped = listing->listViewActionsForRow(rows, 0);
+  ASSERT_EQ(swiped.size(), 1U);
+  EXPECT_EQ(swiped[0].index, static_cast<int>(DocumentListRowAction::Delete));
 }
 
 TEST_F(DocumentListControllerTest, Hierarchy_FromTheTopLevelDownToAFolderOfTheDrive) {
