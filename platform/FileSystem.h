@@ -2,12 +2,10 @@
 // FileSystem: plain file operations on the phone's storage, by path.
 // Everything is synchronous and callable from any thread.
 //
-// On the drive, an item that is only in the cloud has no file at its own path,
-// yet its name is taken: fileExistsAtPath() is true for it (a document, not a
-// directory), so that new names and moves do not pick it. Its attributes and
-// contents are known to the drive's own services (SyncURLService,
-// URLResourceService) by its placeholder. Changes made here to items of the
-// drive are mirrored to the cloud by the host.
+// On the drive, an item that is only in the cloud has no file at its own path
+// (fileExistsAtPath() is false for it); the drive's own services
+// (SyncURLService, URLResourceService) know it by its placeholder. Changes made
+// here to items of the drive are mirrored to the cloud by the host.
 
 #include <cstdint>
 #include <optional>

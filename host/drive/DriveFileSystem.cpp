@@ -16,26 +16,8 @@ bool DriveFileSystem::fileExistsAtPath(const std::string& path, bool* isDirector
   if (PosixFileSystem::fileExistsAtPath(path, isDirectory)) {
     return true;
   }
-  if (!drive_->relativePath(path)) {
-    return false;
-  }
-  // A cloud-only document's name is taken by its placeholder: a new name or a
-  // move must not pick it.
-  auto isPlaceholder = [&](const std::string& placeholder) {
-    struct stat info {};
-    if (::lstat(placeholder.c_str(), &info) != 0) {
-      return false;
-    }
-    if (isDirectory != nullptr) {
-      *isDirectory = false;
-    }
-    return true;
-  };
   const auto [folder, name] = splitParent(path);
-  if (isPlaceholder(placeholderPathFor(path))) {
-    return true;
-  }
-  if (platform::unicode::isASCII(name)) {
+  if (platform::unicode::isASCII(name) || !drive_->relativePath(path)) {
     return false;
   }
   // The same name in another Unicode normal form is the same name.
@@ -47,11 +29,8 @@ bool DriveFileSystem::fileExistsAtPath(const std::string& path, bool* isDirector
   bool found = false;
   while (const dirent* entry = ::readdir(directory)) {
     const std::string candidate = entry->d_name;
-    const auto logical = logicalNameOfPlaceholder(candidate);
-    const std::string& shown = logical ? *logical : candidate;
-    if (!platform::unicode::isASCII(shown) && platform::unicode::normalizedNFC(shown) == wanted) {
-      const std::string candidatePath = joinPath(folder, candidate);
-      found = logical ? isPlaceholder(candidatePath) : PosixFileSystem::fileExistsAtPath(candidatePath, isDirectory);
+    if (!platform::unicode::isASCII(candidate) && platform::unicode::normalizedNFC(candidate) == wanted) {
+      found = PosixFileSystem::fileExistsAtPath(joinPath(folder, candidate), isDirectory);
       break;
     }
   }

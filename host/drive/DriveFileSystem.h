@@ -2,8 +2,7 @@
 // DriveFileSystem: the phone's FileSystem, aware of the drive: inside it,
 // folders are made, items removed and documents evicted through the Drive (so
 // the cloud side follows), and a name is found also when it was written in
-// another Unicode normal form or belongs to a cloud-only document (its
-// placeholder; never a directory). Outside the drive it is the plain
+// another Unicode normal form. Outside the drive it is the plain
 // PosixFileSystem.
 
 #include <memory>

