@@ -11,6 +11,7 @@
 #include "host/drive/HostSyncContainerService.h"
 #include "host/drive/HostSyncURLService.h"
 #include "host/drive/HostURLResourceService.h"
+#include "host/drive/SyncEngine.h"
 
 namespace velune::host {
 
@@ -22,6 +23,8 @@ DriveServices DriveServices::make(const HomeLayout& layout) {
   out.fileSystem = std::make_shared<DriveFileSystem>(out.drive, layout.appData() + "/Documents");
   out.resources = std::make_shared<HostURLResourceService>(out.drive, out.types);
   out.coordination = std::make_shared<HostFileCoordinationService>(out.drive);
+  out.sync = std::make_shared<SyncEngine>(out.drive, SyncEngine::deviceConditions(layout.deviceJson()));
+  out.coordination->setMaterializer(out.sync);
   out.previews_ = std::make_shared<HostPreviewService>(out.types);
   out.promises_ = std::make_shared<HostPromiseURLService>();
   out.syncContainers_ = std::make_shared<HostSyncContainerService>(out.drive, out.containers);

@@ -16,6 +16,7 @@ class Drive;
 class DriveFileSystem;
 class HostFileCoordinationService;
 class HostURLResourceService;
+class SyncEngine;
 
 struct DriveServices {
   std::shared_ptr<Drive> drive;
@@ -24,6 +25,9 @@ struct DriveServices {
   std::shared_ptr<DriveFileSystem> fileSystem;
   std::shared_ptr<HostURLResourceService> resources;
   std::shared_ptr<HostFileCoordinationService> coordination;
+  // Downloads cloud-only documents for coordinated reads (installed as the
+  // coordination's materializer); follows HOME/device.json.
+  std::shared_ptr<SyncEngine> sync;
 
   static DriveServices make(const HomeLayout& layout);
   // Puts every drive service into `services`.

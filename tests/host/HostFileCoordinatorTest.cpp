@@ -197,7 +197,8 @@ TEST_F(HostFileCoordinatorTest, ReadingACloudOnlyDocumentsContentsNeedsItMateria
   EXPECT_FALSE(coordination().makeCoordinator()->coordinateReadingItemAtURL(
       home_.url(cloud), platform::kReadingImmediatelyAvailableMetadataOnly, [&](const URL&) { called = true; }));
   EXPECT_TRUE(called);
-  // The contents: nothing can download it yet, which is an error, not a silent empty read.
+  // The contents: with nothing to download it, an error, not a silent empty read.
+  coordination().setMaterializer(nullptr);
   called = false;
   auto error = coordination().makeCoordinator()->coordinateReadingItemAtURL(home_.url(cloud), 3,
                                                                             [&](const URL&) { called = true; });

@@ -26,6 +26,8 @@
 #include "host/drive/HostFileCoordinationService.h"
 #include "host/drive/HostURLResourceService.h"
 #include "host/drive/PlaceholderMetadata.h"
+#include "host/drive/SyncEngine.h"
+#include "host/InProcessTransferProgressService.h"
 #include "platform/SystemLog.h"
 #include "tests/support/TestSupport.h"
 
@@ -50,6 +52,9 @@ class DriveTestHome {
     driveServices_ = host::DriveServices::make(layout_);
     services_ = baseServices();
     driveServices_.wire(services_);
+    services_.transferProgress = std::make_shared<host::InProcessTransferProgressService>();
+    // Downloads run at full speed on a connected phone unless a test says otherwise.
+    driveServices_.sync->setConditionsProvider([] { return host::DownloadConditions{}; });
     platform::Platform::install(services_);
   }
   ~DriveTestHome() { installBaseServices(); }
@@ -61,6 +66,7 @@ class DriveTestHome {
   host::Drive& drive() { return *driveServices_.drive; }
   host::HostFileCoordinationService& coordination() { return *driveServices_.coordination; }
   host::HostURLResourceService& resources() { return *driveServices_.resources; }
+  host::SyncEngine& sync() { return *driveServices_.sync; }
   const host::DriveServices& driveServices() const { return driveServices_; }
 
   std::string root() const { return layout_.mobileDocuments(); }
