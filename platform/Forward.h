@@ -38,7 +38,7 @@ class PromiseURLService;
 class TypeRegistry;
 class PreviewService;
 class AppRegistry;
-class AppRecord;
+struct AppRecord;
 class CloudKeyValueStore;
 class AccountService;
 class QuotaService;
