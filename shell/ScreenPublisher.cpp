@@ -11,8 +11,10 @@
 
 namespace velune::shell {
 
-std::shared_ptr<ScreenPublisher> ScreenPublisher::create(std::string launchTag) {
-  return std::shared_ptr<ScreenPublisher>(new ScreenPublisher(std::move(launchTag)));
+std::shared_ptr<ScreenPublisher> ScreenPublisher::create(std::string launchTag, std::string documentRoot) {
+  auto publisher = std::shared_ptr<ScreenPublisher>(new ScreenPublisher(std::move(launchTag)));
+  publisher->documentRoot_ = std::move(documentRoot);
+  return publisher;
 }
 
 ScreenPublisher::ScreenPublisher(std::string launchTag) : launchTag_(launchTag), images_(std::move(launchTag)) {}
@@ -54,7 +56,7 @@ void ScreenPublisher::publishNow() { publish(ui::ModelChanges::generation()); }
 void ScreenPublisher::publish(std::uint64_t generation) {
   VELUNE_ASSERT_MAIN_THREAD();
   const auto started = std::chrono::steady_clock::now();
-  nlohmann::json snapshot = ScreenSnapshot::make(ui::Window::keyWindow(), generation, images_);
+  nlohmann::json snapshot = ScreenSnapshot::make(ui::Window::keyWindow(), generation, images_, documentRoot_);
   snapshot.erase("generation");
   snapshot["launch"] = launchTag_;
   std::string body = snapshot.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);

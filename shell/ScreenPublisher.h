@@ -37,7 +37,8 @@ class ScreenPublisher : public std::enable_shared_from_this<ScreenPublisher> {
   };
 
   // `launchTag` tells this launch's images (and frames) from another's.
-  static std::shared_ptr<ScreenPublisher> create(std::string launchTag);
+  // `documentRoot`: the drive's root, below which previews name their documents.
+  static std::shared_ptr<ScreenPublisher> create(std::string launchTag, std::string documentRoot = {});
 
   void start();
   void stop();
@@ -68,6 +69,7 @@ class ScreenPublisher : public std::enable_shared_from_this<ScreenPublisher> {
   void publish(std::uint64_t generation);
 
   const std::string launchTag_;
+  std::string documentRoot_;
   ImageRegistry images_;
   ScreenEventDispatcher dispatcher_;
   ui::ModelChanges::ListenerId listener_ = 0;  // main thread

@@ -78,7 +78,7 @@ std::optional<platform::Error> ScreenService::applicationHostWillRun(host::Linux
       done(false);
     }
   });
-  publisher_ = ScreenPublisher::create(launchTag());
+  publisher_ = ScreenPublisher::create(launchTag(), layout_.mobileDocuments());
   std::weak_ptr<PhoneControls> weakPhone = phone_;
   publisher_->dispatcher().setRotateHook([weakPhone](ui::InterfaceOrientation orientation) {
     const auto phone = weakPhone.lock();

@@ -5,6 +5,8 @@
 #include <unordered_map>
 #include <variant>
 
+#include "host/HostAppRegistry.h"
+#include "platform/DocumentPreviewView.h"
 #include "platform/NetworkActivityIndicator.h"
 #include "platform/Platform.h"
 #include "platform/ui/AlertController.h"
@@ -22,6 +24,7 @@
 #include "platform/ui/StackView.h"
 #include "platform/ui/TextField.h"
 #include "platform/ui/Window.h"
+#include "shell/DriveFiles.h"
 #include "shell/ImageRegistry.h"
 
 namespace velune::shell {
@@ -152,7 +155,7 @@ std::string svgPath(const ui::BezierPath& path) {
 
 class Writer {
  public:
-  explicit Writer(ImageRegistry& images) : images_(images) {}
+  Writer(ImageRegistry& images, const std::string& documentRoot) : images_(images), documentRoot_(documentRoot) {}
 
   json window(const std::shared_ptr<ui::Window>& window) {
     if (auto root = window->rootViewController()) {
@@ -436,6 +439,44 @@ class Writer {
     return runs;
   }
 
+  // The document of a preview as the page shows it with the browser's own
+  // viewers: its path below the drive, the kind of viewer, the revision.
+  json document(const platform::DocumentPreviewView& preview) {
+    json out{{"revision", preview.revision()}, {"mediaPlayer", preview.wantsDefaultMediaPlayer()}};
+    const auto& url = preview.documentURL();
+    if (!url || documentRoot_.empty()) {
+      out["viewer"] = "none";
+      return out;
+    }
+    const std::string path = url->path();
+    if (path.size() <= documentRoot_.size() + 1 || path.compare(0, documentRoot_.size(), documentRoot_) != 0 ||
+        path[documentRoot_.size()] != '/') {
+      out["viewer"] = "none";
+      return out;
+    }
+    const std::string name = url->lastPathComponent();
+    bool inlineView = false;
+    const std::string type = DriveFiles::contentTypeFor(name, &inlineView);
+    std::string viewer = "none";
+    if (inlineView) {
+      if (type.rfind("image/", 0) == 0) {
+        viewer = "image";
+      } else if (type == "application/pdf") {
+        viewer = "pdf";
+      } else if (type.rfind("text/", 0) == 0) {
+        viewer = "text";
+      } else if (type.rfind("audio/", 0) == 0) {
+        viewer = "audio";
+      } else if (type.rfind("video/", 0) == 0) {
+        viewer = "video";
+      }
+    }
+    out["path"] = path.substr(documentRoot_.size() + 1);
+    out["name"] = name;
+    out["viewer"] = viewer;
+    return out;
+  }
+
   json view(ui::View& v, int depth) {
     json out{{"id", v.identifier()}, {"kind", std::string(v.kind())}, {"frame", rectJson(v.frame())}};
     if (v.isHidden()) {
@@ -524,6 +565,8 @@ class Writer {
       if (v.isUserInteractionEnabled()) {
         addAction(out, "scroll");
       }
+    } else if (auto* preview = dynamic_cast<platform::DocumentPreviewView*>(&v)) {
+      out["document"] = document(*preview);
     } else if (auto* cell = dynamic_cast<ui::ListViewCell*>(&v)) {
       if (cell->row()) {
         out["row"] = *cell->row();
@@ -583,6 +626,7 @@ class Writer {
   }
 
   ImageRegistry& images_;
+  const std::string& documentRoot_;
   std::unordered_map<const ui::View*, ControllerInfo> controllers_;
 };
 
@@ -592,7 +636,8 @@ const char* orientationName(ui::InterfaceOrientation orientation) {
 
 }  // namespace
 
-json ScreenSnapshot::make(const std::shared_ptr<ui::Window>& window, std::uint64_t generation, ImageRegistry& images) {
+json ScreenSnapshot::make(const std::shared_ptr<ui::Window>& window, std::uint64_t generation, ImageRegistry& images,
+                          const std::string& documentRoot) {
   images.beginRound();
   json out{{"format", kFormat}, {"generation", generation}};
   std::shared_ptr<ui::Screen> screen = window ? window->screen() : ui::Screen::mainScreen();
@@ -607,9 +652,17 @@ json ScreenSnapshot::make(const std::shared_ptr<ui::Window>& window, std::uint64
   }
   const auto indicator = platform::Platform::services()->networkActivityIndicator;
   out["networkActivity"] = indicator && indicator->isNetworkActivityIndicatorVisible();
+  if (const auto apps = std::dynamic_pointer_cast<host::HostAppRegistry>(platform::Platform::services()->apps)) {
+    const auto opened = apps->openedDocuments();
+    if (!opened.empty()) {
+      out["opened"] = json{{"sequence", opened.back().sequence},
+                           {"name", opened.back().url.lastPathComponent()},
+                           {"app", opened.back().applicationName}};
+    }
+  }
   if (window) {
     window->layoutIfNeeded();
-    out["window"] = Writer(images).window(window);
+    out["window"] = Writer(images, documentRoot).window(window);
   } else {
     out["window"] = nullptr;
   }
@@ -617,9 +670,9 @@ json ScreenSnapshot::make(const std::shared_ptr<ui::Window>& window, std::uint64
 }
 
 std::string ScreenSnapshot::text(const std::shared_ptr<ui::Window>& window, std::uint64_t generation,
-                                 ImageRegistry& images) {
+                                 ImageRegistry& images, const std::string& documentRoot) {
   // Invalid UTF-8 in a text of the model becomes U+FFFD instead of an exception.
-  return make(window, generation, images).dump(-1, ' ', false, json::error_handler_t::replace);
+  return make(window, generation, images, documentRoot).dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
 }  // namespace velune::shell

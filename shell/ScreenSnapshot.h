@@ -12,7 +12,10 @@
 // of views that draw themselves. Views of presented controllers carry the
 // presentation (an alert or an action sheet with its actions and popover
 // anchor). Long lists carry only the rows that have cells, with the row
-// count and the scroll offset.
+// count and the scroll offset. A document preview carries its document (the
+// path below the drive, the viewer that shows it, a revision that grows when
+// it must be read again). The last document handed to another application
+// is "opened" at the top.
 //
 // The format is versioned ("format"); a change that a page of the previous
 // version would misread increases it. Writing lays out the window first and
@@ -38,10 +41,13 @@ class ScreenSnapshot {
 
   // A snapshot of `window` (null: a screen without a window). Images are
   // named through `images`, which starts a new round.
+  // A document preview names its document by its path below
+  // `documentRoot` (the drive's root), which the page asks /api/file/ for;
+  // a document outside it is not named.
   static nlohmann::json make(const std::shared_ptr<ui::Window>& window, std::uint64_t generation,
-                             ImageRegistry& images);
+                             ImageRegistry& images, const std::string& documentRoot = {});
   static std::string text(const std::shared_ptr<ui::Window>& window, std::uint64_t generation,
-                          ImageRegistry& images);
+                          ImageRegistry& images, const std::string& documentRoot = {});
 };
 
 }  // namespace velune::shell

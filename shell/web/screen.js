@@ -333,6 +333,55 @@
     }
   }
 
+  // A document preview: the document in the browser's own viewer, made again
+  // only when the document or its revision changes (so media keep playing).
+  function fillDocument(el, doc) {
+    const path = doc.path || "";
+    const key = [doc.viewer || "none", path, doc.revision || 0].join("#");
+    if (el.dataset.document === key) return;
+    el.dataset.document = key;
+    el.textContent = "";
+    const src = "/api/file/" + path.split("/").map(encodeURIComponent).join("/") + "?r=" + (doc.revision || 0);
+    let viewer;
+    if (!path || doc.viewer === "none" || !doc.viewer) {
+      viewer = document.createElement("p");
+      viewer.className = "no-preview";
+      viewer.textContent = doc.name ? "No preview for “" + doc.name + "”" : "";
+    } else if (doc.viewer === "image") {
+      viewer = document.createElement("img");
+      viewer.alt = doc.name || "";
+      viewer.src = src;
+    } else if (doc.viewer === "audio" || doc.viewer === "video") {
+      viewer = document.createElement(doc.viewer);
+      viewer.controls = true;
+      viewer.preload = "metadata";
+      viewer.src = src;
+      viewer.setAttribute("aria-label", doc.name || "");
+    } else {
+      viewer = document.createElement("iframe");
+      viewer.title = doc.name || "";
+      viewer.src = src;
+    }
+    viewer.classList.add("document-viewer", "viewer-" + (doc.viewer || "none"));
+    el.appendChild(viewer);
+  }
+
+  // Another application was handed a document: said once, for a moment.
+  let lastOpened = null;
+  let sawFrame = false;
+  function showOpened(opened) {
+    const first = !sawFrame;
+    sawFrame = true;
+    if (!opened || (lastOpened !== null && opened.sequence <= lastOpened)) return;
+    lastOpened = opened.sequence;
+    if (first) return;  // an opening from before this page loaded
+    const toast = document.getElementById("opened");
+    toast.textContent = "Opened “" + opened.name + "” in " + opened.app;
+    toast.hidden = false;
+    clearTimeout(showOpened.timer);
+    showOpened.timer = setTimeout(() => { toast.hidden = true; }, 4000);
+  }
+
   function render(node, seen, depth) {
     const el = elementFor(node);
     seen.set(node.id, el);
@@ -385,6 +434,9 @@
       fillNavigationBar(el, node);
     } else if (node.kind === "Toolbar") {
       fillToolbar(el, node);
+    } else if (node.kind === "DocumentPreviewView") {
+      el.className = "v k-DocumentPreviewView";
+      fillDocument(el, node.document || {});
     } else {
       el.className = "v" + (kindClass ? " k-" + kindClass : "");
       if (!node.children) el.textContent = "";
@@ -619,6 +671,7 @@
     fitDevice(s);
     document.getElementById("status-bar").hidden = !(s.statusBar && s.statusBar[3] > 0);
     activityEl.hidden = !snapshot.networkActivity;
+    showOpened(snapshot.opened);
 
     const active = document.activeElement;
     const focusedId = active && active.dataset ? active.dataset.id : null;
