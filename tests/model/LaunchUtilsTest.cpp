@@ -23,7 +23,7 @@ constexpr const char* kApps = R"({"applications": [
   {"identifier": "com.example.photos", "name": "Photos Pro", "shortName": "Photos", "version": "3.1",
    "vendor": "Example", "executable": "PhotosPro", "description": "Edits pictures", "opensInPlace": true,
    "defaultFor": ["public.image"]},
-  {"identifier": "org.example.mailer", "name": "Mailer", "opensInPlace": false, "defaultFor": ["com.adobe.pdf"]},
+  {"identifier": "org.example.mailer", "name": "Mailer", "opensInPlace": false, "defaultFor": ["public.pdf"]},
   {"identifier": "com.vorlan.VeluneDriveApp", "name": "Velune Drive", "opensInPlace": true,
    "defaultFor": ["public.plain-text"]},
   {"identifier": "com.vorlan.Drillrun", "name": "Drillrun", "opensInPlace": true,
@@ -130,8 +130,9 @@ TEST_F(LaunchUtilsTest, Registry_ReadsOnlyASaneAppsJsonAndFollowsItsChanges) {
   ASSERT_EQ(apps.size(), 1U);
   EXPECT_FALSE(apps[0].supportsOpenInPlace);
   EXPECT_EQ(apps[0].localizedName, "com.example.one");
-  EXPECT_TRUE(registry_->openDocument(home_.url(home_.documents() + "/x.txt"),
-                                      platform::AppRecord{.bundleIdentifier = "com.example.gone"}));
+  platform::AppRecord gone;
+  gone.bundleIdentifier = "com.example.gone";
+  EXPECT_TRUE(registry_->openDocument(home_.url(home_.documents() + "/x.txt"), gone));
 }
 
 }  // namespace

@@ -7,6 +7,9 @@
 #include "platform/TransferProgress.h"
 #include "platform/TransferProgressService.h"
 #include "platform/ui/AlertController.h"
+#include "platform/ui/Button.h"
+#include "platform/ui/Label.h"
+#include "platform/ui/LayoutConstraint.h"
 #include "platform/ui/StackView.h"
 #include "preview/PreviewDownloadViewController.h"
 #include "preview/PreviewNavController.h"
@@ -112,12 +115,13 @@ TEST_F(PreviewPagesTest, Progress_LogsEveryFivePercentStepAtLevelSixAndTheRestAt
   manager->previewItem(itemAt(doc));
   runMainUntilIdle();
   auto page = manager->downloadViewController();
+  page->setDownloading(true);
   page->registerForProgress();
   EXPECT_TRUE(page->hasProgressSubscription());
   auto progress = std::make_shared<TransferProgress>(std::string(platform::kProgressKindFile), 100);
   const auto service = home_.services().transferProgress;
   const auto publication = service->publish(manager->item()->resolvedURL(), progress);
-  clearLogs();
+  testing::clearLogs();
   std::vector<int> levels;
   for (const int completed : {1, 4, 5, 6}) {
     progress->setCompletedUnitCount(completed);
@@ -134,7 +138,7 @@ TEST_F(PreviewPagesTest, Progress_LogsEveryFivePercentStepAtLevelSixAndTheRestAt
   // Unpublishing ends the observation and the subscription.
   service->unpublish(publication);
   EXPECT_FALSE(page->hasProgressSubscription());
-  clearLogs();
+  testing::clearLogs();
   progress->setCompletedUnitCount(50);
   EXPECT_TRUE(testing::linesStartingWith("Progress ").empty());
 }
@@ -209,6 +213,7 @@ TEST_F(PreviewPagesTest, Margins_OfALandscapePhoneAreSeventeenAndShareNeedsAFile
   auto services = home_.services();
   services.device = device_;
   platform::Platform::install(services);
+  device_->setOrientation(ui::InterfaceOrientation::LandscapeRight);
   window_->transitionToSize(ui::Size{844, 390});
   runMainUntilIdle();
   // A page without an item: its buttons are off.

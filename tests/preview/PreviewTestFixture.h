@@ -12,6 +12,7 @@
 
 #include "diag/DRLogging.h"
 #include "diag/NetworkWatcher.h"
+#include "host/HostNetworkActivityIndicator.h"
 #include "model/DRItem.h"
 #include "platform/DispatchQueue.h"
 #include "platform/ui/NavigationStackController.h"
@@ -27,7 +28,9 @@ class PreviewFixture : public ::testing::Test {
  protected:
   void SetUp() override {
     DRSetLogLevel(7);
+    home_.services().networkActivityIndicator = std::make_shared<host::HostNetworkActivityIndicator>();
     installWithPhone(home_.services());
+    device_ = home_.services().device;
     setNetwork(NetworkStateWiFi);
     root_ = std::make_shared<ui::ViewController>();
     root_->setTitle(std::string("Velune Drive"));
@@ -76,6 +79,7 @@ class PreviewFixture : public ::testing::Test {
   }
 
   DriveTestHome home_;
+  std::shared_ptr<platform::DeviceInfo> device_;
   std::shared_ptr<ui::ViewController> root_;
   std::shared_ptr<ui::NavigationStackController> navigation_;
   std::shared_ptr<ui::Window> window_;
