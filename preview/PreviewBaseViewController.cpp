@@ -26,6 +26,14 @@ using platform::TransferProgress;
 using ui::LayoutAttribute;
 using ui::LayoutConstraint;
 
+namespace {
+
+bool itemHasURL(const std::shared_ptr<PreviewItemManager>& manager) {
+  return manager && manager->item() && !manager->item()->url().absoluteString().empty();
+}
+
+}  // namespace
+
 PreviewBaseViewController::PreviewBaseViewController() : PreviewBaseViewController("PreviewBaseViewController") {}
 
 PreviewBaseViewController::PreviewBaseViewController(std::string_view kind) : ui::ViewController(kind) {}
@@ -147,8 +155,7 @@ void PreviewBaseViewController::configureButtons() {
     button->sizeToFit();
     openInItem = ui::BarButtonItem::withCustomView(button);
   }
-  const auto manager = itemManager();
-  if (!manager || !manager->item()) {
+  if (!itemHasURL(itemManager())) {
     barButtonActionItem_->setEnabled(false);
     barButtonDeleteItem_->setEnabled(false);
     barButtonMoveItem_->setEnabled(false);
@@ -177,8 +184,7 @@ void PreviewBaseViewController::configureButtons() {
 }
 
 void PreviewBaseViewController::refreshItem() {
-  const auto manager = itemManager();
-  const bool hasURL = manager && manager->item();
+  const bool hasURL = itemHasURL(itemManager());
   for (const auto& item : {barButtonActionItem_, barButtonDeleteItem_, barButtonMoveItem_}) {
     if (item) {
       item->setEnabled(hasURL);
@@ -197,15 +203,17 @@ bool PreviewBaseViewController::hasProgressSubscription() const {
 }
 
 void PreviewBaseViewController::registerForProgress() {
+  // Called on the manager's download queue: only what the manager shares
+  // with other threads is read.
   const auto manager = itemManager();
-  const auto item = manager ? manager->item() : nullptr;
+  const platform::URL resolved = manager ? manager->resolvedItemURL() : platform::URL();
   const auto service = platform::Platform::services()->transferProgress;
-  if (!item || !service) {
+  if (resolved.path().empty() || !service) {
     return;
   }
   std::weak_ptr<ViewController> weakSelf = weak_from_this();
   const auto token = service->addSubscriber(
-      item->resolvedURL(),
+      resolved,
       [weakSelf](const std::shared_ptr<TransferProgress>& progress) -> platform::TransferProgressService::UnpublishingHandler {
         const auto self = std::static_pointer_cast<PreviewBaseViewController>(weakSelf.lock());
         if (!self) {

@@ -130,6 +130,8 @@ std::shared_ptr<PreviewDownloadViewController> PreviewItemManager::downloadViewC
   return downloadViewController_;
 }
 
+platform::URL PreviewItemManager::resolvedItemURL() const { return itemURLs().resolvedURL; }
+
 PreviewItemManager::ItemURLs PreviewItemManager::itemURLs() const {
   std::lock_guard guard(sharedStateMutex_);
   return urls_;

@@ -92,6 +92,8 @@ class PreviewItemManager : public std::enable_shared_from_this<PreviewItemManage
   bool refreshPending() const;
   const platform::Value& modifiedDate() const { return modifiedDate_; }
   std::shared_ptr<PreviewDownloadViewController> downloadViewController() const;
+  // The resolved URL of the current item, for any thread (empty without an item).
+  platform::URL resolvedItemURL() const;
   const std::shared_ptr<PreviewDetailsViewController>& detailsViewController() const { return detailsViewController_; }
   bool autoDownload() const { return autoDownload_; }
   platform::OperationQueue& fcQueue() const { return *fcQueue_; }
