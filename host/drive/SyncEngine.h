@@ -74,7 +74,10 @@ class SyncEngine final : public PlaceholderMaterializer {
   // bandwidth of their own).
   void setConditionsProvider(ConditionsProvider conditions);
 
-  // The largest chunk; smaller at low bandwidths (a twentieth of a second's bytes).
+  // A chunk at full speed (copied by the kernel: a cancellation still takes
+  // effect within a few milliseconds); at a set bandwidth a twentieth of a
+  // second's bytes, at most kMaxChunkBytes.
+  static constexpr std::size_t kUnlimitedChunkBytes = 8 * 1024 * 1024;
   static constexpr std::size_t kMaxChunkBytes = 1024 * 1024;
   static constexpr std::size_t kMinChunkBytes = 4 * 1024;
   // Progress reports per second of the clock, at most (the final one aside).

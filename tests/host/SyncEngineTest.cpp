@@ -134,7 +134,7 @@ TEST_F(SyncEngineTest, Download_FailsWithoutLeavingAFileWhenOfflineShortOrFull) 
   EXPECT_EQ(home_.drive().stateOf(shorter), Drive::ItemState::CloudOnly);
 
   // The disk fills at the second chunk's write.
-  const std::string full = home_.writeCloudOnly(home_.documents() + "/Full.bin", std::string(3 << 20, 'f'));
+  const std::string full = home_.writeCloudOnly(home_.documents() + "/Full.bin", std::string(9 << 20, 'f'));
   std::atomic<int> writes{0};
   home_.sync().setWriteFaultInjector([&](const std::string&) { return ++writes == 2 ? ENOSPC : 0; });
   error = home_.coordination().makeCoordinator()->coordinateReadingItemAtURL(home_.url(full), kDownloadingRead,

@@ -37,6 +37,9 @@ TEST_F(PreviewItemManagerTest, PageChoice_FollowsModeAndWhetherTheFileIsHere) {
   const std::string cloud = cloudText("There.txt", 10);
   setNetwork(NetworkStateCellular);  // no automatic download in this test
 
+  // The download page listens for progress where the sync engine publishes it.
+  EXPECT_EQ(itemAt(cloud)->resolvedURL(), platform::URL::fileURLWithPath(cloud, false));
+
   auto manager = makeManager(0);
   EXPECT_EQ(std::string(manager->prepareToPreviewItem(itemAt(local))->kind()), "GlimpseItemController");
   EXPECT_TRUE(manager->filePresenterRegistered());
