@@ -154,10 +154,7 @@ void NavController::navigationControllerDidShowViewController(ui::NavigationStac
   if (!listing) {
     return;
   }
-  if (itemManager_) {
-    itemManager_->unregisterAsFilePresenter();
-    itemManager_.reset();
-  }
+  endPreview();
   if (editMode_) {
     editMode_ = listing->isEditing();
   }
@@ -194,6 +191,13 @@ void NavController::documentListControllerDidSelectContainerWithViewController(
   }
   initNewListController(*newListing);
   pushViewController(newListing, true);
+}
+
+void NavController::endPreview() {
+  if (itemManager_) {
+    itemManager_->unregisterAsFilePresenter();
+    itemManager_.reset();
+  }
 }
 
 void NavController::replaceItemManager(std::int32_t previewMode) {

@@ -11,7 +11,9 @@
 // launch URL, and saves and restores the previewed document.
 //
 // Ownership: it owns its stack, the running QuotaFetcher (drive shape only),
-// the current PreviewItemManager, the current name prompt and share menu. It
+// the current PreviewItemManager (which holds this controller strongly until
+// it is dropped: when a listing comes back on top, or by endPreview()), the
+// current name prompt and share menu. It
 // is the delegate of every listing it configures, of its own stack and of
 // the quota fetcher (all held weakly by them).
 //
@@ -83,6 +85,10 @@ class NavController : public ui::NavigationStackController,
   std::shared_ptr<platform::DocumentListController> getTopDocumentListController();
   bool showURLPreview(const std::optional<platform::URL>& url, std::int32_t previewMode);
   void showPreview(const std::shared_ptr<DRItem>& item, std::int32_t previewMode);
+  // Drops the current preview item manager after it stops presenting files.
+  // The manager holds this controller strongly while it lives, so whoever
+  // lets the controller go with a preview still open calls this first.
+  void endPreview();
   void encodeRestorableStateWithCoder(ui::StateCoder& coder) override;
   void decodeRestorableStateWithCoder(const ui::StateCoder& coder) override;
 

@@ -4,33 +4,49 @@
 #include "browse/NavController.h"
 #include "diag/DRLogging.h"
 #include "model/DRItem.h"
+#include "model/LaunchUtils.h"
 #include "platform/DispatchQueue.h"
+#include "platform/Error.h"
 #include "platform/MainThread.h"
+#include "views/UIUtils.h"
 
 namespace velune {
 
 using platform::DocumentListController;
 using platform::DocumentListRowAction;
 
-// Opening a tapped document (in its default application, else in the
-// preview) is not written yet: the tap is logged and the item read, and the
-// preview item manager is asked to preview it, which shows nothing yet.
+// A tapped document goes to its default application when one opens it in
+// place; otherwise it is previewed, as a separate task after the tap.
 void NavController::documentListControllerDidSelectItemAtURL(DocumentListController& /*listing*/,
                                                              const platform::URL& url) {
   VELUNE_ASSERT_MAIN_THREAD();
   DRLOG(kLogDebug, "Picked URL: %@", url);
+  auto item = DRItem::initWithURL(url);
+  if (!item) {
+    // The file vanished under the listing: say so and rebuild the stack behind the alert.
+    UIUtils::showError(platform::Error::platform(platform::ErrorCode::FileReadNoSuchFile), self());
+    platform::DispatchQueue::main()->async([weak = std::weak_ptr<NavController>(self())] {
+      if (auto strong = weak.lock()) {
+        strong->setupInitialViewController();
+      }
+    });
+    return;
+  }
   if (editMode_) {
     DRLOG(kLogDebug, "DLC Selection not allowed while in edit mode");
     return;
   }
-  auto item = DRItem::initWithURL(url);
-  if (!item) {
-    return;
-  }
-  platform::DispatchQueue::main()->async([weak = std::weak_ptr<NavController>(self()), item] {
-    if (auto strong = weak.lock()) {
-      strong->showPreview(item, 0);
+  LaunchUtils::openInDefaultApp(item->url(), true, [this, &item](bool opened) {
+    if (opened) {
+      DRLOG(kLogDebug, "openInDefaultApp returned YES, app launched");
+      return;
     }
+    DRLOG(kLogDebug, "openInDefaultApp returned NO, showing preview");
+    platform::DispatchQueue::main()->async([weak = std::weak_ptr<NavController>(self()), item] {
+      if (auto strong = weak.lock()) {
+        strong->showPreview(item, 0);
+      }
+    });
   });
 }
 

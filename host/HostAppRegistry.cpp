@@ -1,13 +1,10 @@
 #include "host/HostAppRegistry.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <nlohmann/json.hpp>
 
+#include "host/InstalledApplications.h"
 #include "platform/Format.h"
 #include "platform/Log.h"
 #include "platform/ResourceKeys.h"
@@ -20,157 +17,47 @@ using platform::AppRecord;
 using platform::Error;
 using platform::URL;
 
-namespace {
-
-bool isBundleIdentifier(const std::string& text) {
-  if (text.empty() || text.size() > 255) {
-    return false;
-  }
-  return std::all_of(text.begin(), text.end(), [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '.';
-  });
-}
-
-// The deepest nesting of arrays and objects, outside strings.
-int nestingDepth(const std::string& text) {
-  int depth = 0;
-  int deepest = 0;
-  bool inString = false;
-  bool escaped = false;
-  for (const char c : text) {
-    if (inString) {
-      if (escaped) {
-        escaped = false;
-      } else if (c == '\\') {
-        escaped = true;
-      } else if (c == '"') {
-        inString = false;
-      }
-      continue;
-    }
-    if (c == '"') {
-      inString = true;
-    } else if (c == '[' || c == '{') {
-      deepest = std::max(deepest, ++depth);
-    } else if (c == ']' || c == '}') {
-      --depth;
-    }
-  }
-  return deepest;
-}
-
-}  // namespace
-
 HostAppRegistry::HostAppRegistry(std::string appsJsonPath, std::shared_ptr<platform::URLResourceService> resources,
                                  std::shared_ptr<platform::TypeRegistry> types)
     : path_(std::move(appsJsonPath)), resources_(std::move(resources)), types_(std::move(types)) {}
 
 void HostAppRegistry::reload() {
-  // Called with mutex_ held.
-  const int fd = ::open(path_.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+  // Called with mutex_ held. The file is read again only when it changed.
   struct stat info {};
-  if (fd < 0 || ::fstat(fd, &info) != 0) {
-    const int error = fd < 0 ? errno : EIO;
-    if (fd >= 0) {
-      ::close(fd);
-    }
-    if ((loadedSize_ != -2 || !loaded_) && error != ENOENT) {
-      PLATFORM_LOG(kLogWarning, "apps.json cannot be read: %@", Error::posix(error).description());
-    }
-    applications_.clear();
-    loaded_ = true;
-    loadedSize_ = -2;
-    return;
-  }
-  if (loaded_ && info.st_size == loadedSize_ && info.st_mtim.tv_sec == loadedTime_.tv_sec &&
-      info.st_mtim.tv_nsec == loadedTime_.tv_nsec) {
-    ::close(fd);
+  const bool present = ::lstat(path_.c_str(), &info) == 0;
+  const std::int64_t size = present ? static_cast<std::int64_t>(info.st_size) : -2;
+  if (loaded_ && size == loadedSize_ && (!present || (info.st_mtim.tv_sec == loadedTime_.tv_sec &&
+                                                     info.st_mtim.tv_nsec == loadedTime_.tv_nsec))) {
     return;
   }
   loaded_ = true;
-  loadedSize_ = info.st_size;
-  loadedTime_ = info.st_mtim;
+  loadedSize_ = size;
+  loadedTime_ = present ? info.st_mtim : timespec{};
   applications_.clear();
-  if (!S_ISREG(info.st_mode) || static_cast<std::uint64_t>(info.st_size) > kMaxFileBytes) {
-    ::close(fd);
-    PLATFORM_LOG(kLogWarning, "apps.json is not a regular file of at most %@ bytes; no application is installed",
-                 kMaxFileBytes);
+  if (!present) {
     return;
   }
-  std::string text(static_cast<std::size_t>(info.st_size), '\0');
-  std::size_t got = 0;
-  while (got < text.size()) {
-    const ssize_t n = ::read(fd, text.data() + got, text.size() - got);
-    if (n <= 0) {
-      if (n < 0 && errno == EINTR) {
-        continue;
-      }
-      break;
-    }
-    got += static_cast<std::size_t>(n);
-  }
-  ::close(fd);
-  text.resize(got);
-  if (nestingDepth(text) > kMaxDepth) {
-    PLATFORM_LOG(kLogWarning, "apps.json is nested deeper than %@; no application is installed", kMaxDepth);
-    return;
-  }
-  const auto json = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
-  if (!json.is_object() || !json.contains("applications") || !json["applications"].is_array()) {
-    PLATFORM_LOG(kLogWarning, "apps.json has no \"applications\" list; no application is installed");
-    return;
+  std::vector<std::string> problems;
+  const auto installed = InstalledApplications::read(path_, &problems);
+  for (const auto& problem : problems) {
+    PLATFORM_LOG(kLogWarning, "apps.json: %@", problem);
   }
   std::uint64_t itemIdentifier = 1000;
-  for (const auto& entry : json["applications"]) {
-    if (!entry.is_object() || !entry.contains("identifier") || !entry["identifier"].is_string() ||
-        !isBundleIdentifier(entry["identifier"].get<std::string>())) {
-      PLATFORM_LOG(kLogWarning, "apps.json: an application without a usable identifier is skipped");
-      continue;
-    }
+  for (const auto& entry : installed.applications()) {
     Application app;
     AppRecord& r = app.record;
-    r.bundleIdentifier = entry["identifier"].get<std::string>();
-    const auto readText = [&](const char* key, std::string& into) {
-      if (const auto it = entry.find(key); it != entry.end()) {
-        if (it->is_string()) {
-          into = it->get<std::string>();
-        } else {
-          PLATFORM_LOG(kLogWarning, "apps.json: \"%@\" of %@ is not text", key, r.bundleIdentifier);
-        }
-      }
-    };
-    readText("name", r.localizedName);
-    readText("shortName", r.localizedShortName);
-    readText("version", r.shortVersionString);
-    readText("vendor", r.vendorName);
-    readText("executable", r.bundleExecutable);
-    readText("description", r.descriptionText);
-    if (r.localizedName.empty()) {
-      r.localizedName = r.bundleIdentifier;
-    }
-    if (r.localizedShortName.empty()) {
-      r.localizedShortName = r.localizedName;
-    }
-    if (r.bundleExecutable.empty()) {
-      r.bundleExecutable = r.localizedName;
-    }
+    r.bundleIdentifier = entry.identifier;
+    r.localizedName = entry.name.empty() ? entry.identifier : entry.name;
+    r.localizedShortName = entry.shortName.empty() ? r.localizedName : entry.shortName;
+    r.shortVersionString = entry.version;
+    r.vendorName = entry.vendor;
+    r.bundleExecutable = entry.executable.empty() ? r.localizedName : entry.executable;
+    r.descriptionText = entry.description;
     r.itemName = r.localizedName + ".app";
     r.bundleContainerURL = URL::fileURLWithPath("/Applications/" + r.bundleIdentifier + "/" + r.itemName, true);
     r.itemIdentifier = itemIdentifier++;
-    if (const auto it = entry.find("opensInPlace"); it != entry.end()) {
-      if (it->is_boolean()) {
-        r.supportsOpenInPlace = it->get<bool>();
-      } else {
-        PLATFORM_LOG(kLogWarning, "apps.json: \"opensInPlace\" of %@ is not true or false", r.bundleIdentifier);
-      }
-    }
-    if (const auto it = entry.find("defaultFor"); it != entry.end() && it->is_array()) {
-      for (const auto& type : *it) {
-        if (type.is_string()) {
-          app.defaultFor.push_back(type.get<std::string>());
-        }
-      }
-    }
+    r.supportsOpenInPlace = entry.opensInPlace;
+    app.defaultFor = entry.defaultFor;
     applications_.push_back(std::move(app));
   }
 }

@@ -2,20 +2,14 @@
 // HostAppRegistry: the applications installed on the simulated phone, from
 // HOME/apps.json, and the record of the documents handed to them.
 //
-//   {"applications": [
-//     {"identifier": "com.vorlan.Drillrun", "name": "Drillrun", "shortName": "Drills",
-//      "version": "4.2", "vendor": "Vorlan", "executable": "Drillrun",
-//      "description": "Training drills", "opensInPlace": true,
-//      "defaultFor": ["com.vorlan.drillrun.drill"]}, ...]}
-//
-// Only "identifier" is required (letters, digits, '-' and '.'). An
+// The file is read by InstalledApplications (its format and its limits are
+// told there); this class makes the platform's records of it. An
 // application is the default for a document when one of its "defaultFor"
 // types is the document's type or one the type conforms to; an exact type
 // wins over a conformance, and earlier applications over later ones.
 //
 // The file is read again whenever it changed (size or time); one that cannot
-// be read (missing, not a regular file, over 256 KiB, nested deeper than 16,
-// not JSON) lists nothing and is logged at level 4 once per change; a bad
+// be read lists nothing and is logged at level 4 once per change; a bad
 // entry is skipped and logged.
 //
 // Opening a document records it (the last 50, numbered) and logs it at level
@@ -47,8 +41,6 @@ struct OpenedDocument {
 
 class HostAppRegistry final : public platform::AppRegistry {
  public:
-  static constexpr std::size_t kMaxFileBytes = 256 * 1024;
-  static constexpr int kMaxDepth = 16;
   static constexpr std::size_t kKeptOpenings = 50;
 
   // The type of a document comes from `resources` (its promised type), and

@@ -57,8 +57,11 @@ InstalledApplications InstalledApplications::read(const std::string& appsJsonPat
       }
     };
     text("name", app.name);
+    text("shortName", app.shortName);
     text("version", app.version);
     text("vendor", app.vendor);
+    text("executable", app.executable);
+    text("description", app.description);
     if (entry.contains("opensInPlace")) {
       if (entry["opensInPlace"].is_boolean()) {
         app.opensInPlace = entry["opensInPlace"].get<bool>();

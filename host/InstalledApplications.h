@@ -3,8 +3,13 @@
 // from HOME/apps.json:
 //
 //   {"applications": [{"identifier": "com.vorlan.Drillrun", "name": "Drillrun",
-//     "version": "4.2", "vendor": "Vorlan", "opensInPlace": true,
-//     "defaultFor": ["com.vorlan.drillrun.drill"]}, ...]}
+//     "shortName": "Drills", "version": "4.2", "vendor": "Vorlan",
+//     "executable": "Drillrun", "description": "Training drills",
+//     "opensInPlace": true, "defaultFor": ["com.vorlan.drillrun.drill"]}, ...]}
+//
+// The one reader of that file: the launch-URL check of the source
+// application and the platform's application registry (HostAppRegistry)
+// both read it here.
 //
 // Read with the home's rules for files (a regular file only, at most 256 KiB,
 // nested at most 8 deep). A file that cannot be read lists nothing; an entry
@@ -19,8 +24,11 @@ namespace velune::host {
 struct InstalledApplication {
   std::string identifier;
   std::string name;
+  std::string shortName;
   std::string version;
   std::string vendor;
+  std::string executable;
+  std::string description;
   bool opensInPlace = false;
   // Type identifiers the application is the default for.
   std::vector<std::string> defaultFor;

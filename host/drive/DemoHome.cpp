@@ -29,18 +29,21 @@ using platform::Error;
 namespace {
 
 // The installed applications: the two that may send launch URLs (Drillrun
-// and the Lumiboard home screen), Jotter (installed, not trusted) and a
-// mail application that opens documents only as copies.
+// and the Lumiboard home screen), Jotter (installed, not trusted), a mail
+// application that opens documents only as copies, and this app itself as
+// the default for two picture types (so it is never handed its own pictures).
 constexpr const char* kAppsJson = R"({
   "applications": [
-    {"identifier": "com.vorlan.Drillrun", "name": "Drillrun", "version": "4.2", "vendor": "Vorlan",
-     "opensInPlace": true, "defaultFor": ["com.vorlan.drillrun.drill"]},
+    {"identifier": "com.vorlan.Drillrun", "name": "Drillrun", "shortName": "Drills", "version": "4.2",
+     "vendor": "Vorlan", "executable": "Drillrun", "description": "Training drills", "opensInPlace": true, "defaultFor": ["com.vorlan.drillrun.drill"]},
     {"identifier": "com.vorlan.lumiboard", "name": "Lumiboard", "version": "2.0", "vendor": "Vorlan",
      "opensInPlace": true, "defaultFor": ["com.vorlan.lumiboard.board"]},
     {"identifier": "com.vorlan.Jotter", "name": "Jotter", "version": "1.3", "vendor": "Vorlan",
      "opensInPlace": true, "defaultFor": []},
     {"identifier": "org.example.mailer", "name": "Mailer", "version": "7.1", "vendor": "Example",
-     "opensInPlace": false, "defaultFor": ["com.adobe.pdf"]}
+     "opensInPlace": false, "defaultFor": ["public.pdf"]},
+    {"identifier": "com.vorlan.VeluneDriveApp", "name": "Velune Drive", "version": "1.0", "vendor": "Vorlan",
+     "opensInPlace": true, "defaultFor": ["public.png", "public.jpeg"]}
   ]
 }
 )";

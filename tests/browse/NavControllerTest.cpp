@@ -38,6 +38,9 @@ class NavControllerTest : public ::testing::Test {
     testing::clearLogs();
   }
   void TearDown() override {
+    if (nav_) {
+      nav_->endPreview();
+    }
     window_.reset();
     nav_.reset();
     testing::runMainUntilIdle();
@@ -212,21 +215,27 @@ TEST_F(NavControllerTest, LaunchURL_BuildsTheStackDownToTheFolderAndRefusesURLsO
   EXPECT_FALSE(nav_->showURLPreview(std::nullopt, 0));
   EXPECT_EQ(nav_->viewControllers(), before);
 
-  // A document: the listings down to its folder; the item goes to the manager.
+  // A document: the listings down to its folder, topped by the manager's page.
   const URL roadmap = URL::fileURLWithPath(home_.documents() + "/Projects/Plans/Roadmap.md", false);
   EXPECT_TRUE(nav_->showURLPreview(roadmap, 1));
   settle();
-  ASSERT_EQ(nav_->viewControllers().size(), 3U);
-  EXPECT_EQ(top()->title(), "Plans");
-  EXPECT_EQ(top()->containedItems(), std::vector<URL>{roadmap});
-  // The listing came on top, so the manager was dropped (it shows no page yet).
-  EXPECT_FALSE(nav_->itemManager());
+  ASSERT_EQ(nav_->viewControllers().size(), 4U);
+  EXPECT_EQ(nav_->topViewController()->kind(), "PreviewDetailsViewController");
+  const auto plans = std::dynamic_pointer_cast<DocumentListController>(nav_->viewControllers()[2]);
+  ASSERT_TRUE(plans);
+  EXPECT_EQ(plans->title(), "Plans");
+  EXPECT_EQ(plans->containedItems(), std::vector<URL>{roadmap});
+  ASSERT_TRUE(nav_->itemManager());
+  EXPECT_EQ(nav_->itemManager()->item()->url(), roadmap);
 
-  // A folder: the stack down to the folder itself.
-  EXPECT_TRUE(nav_->showURLPreview(URL::fileURLWithPath(home_.documents() + "/Projects", true), 0));
+  // A folder: the stack down to the folder itself, which is handed to the manager.
+  const URL projects = URL::fileURLWithPath(home_.documents() + "/Projects", true);
+  EXPECT_TRUE(nav_->showURLPreview(projects, 0));
   settle();
-  EXPECT_EQ(nav_->viewControllers().size(), 2U);
-  EXPECT_EQ(top()->title(), "Projects");
+  ASSERT_EQ(nav_->viewControllers().size(), 3U);
+  EXPECT_EQ(nav_->viewControllers()[1]->title(), "Projects");
+  ASSERT_TRUE(nav_->itemManager());
+  EXPECT_EQ(nav_->itemManager()->item()->url().path(), projects.path());
 
   // A folder of the drive that does not exist.
   EXPECT_FALSE(nav_->showURLPreview(URL::fileURLWithPath(home_.documents() + "/Gone/x.txt", false), 0));
@@ -268,6 +277,7 @@ TEST_F(NavControllerTest, Restoration_SavesThePreviewedDocumentAndRestoresOnlyAF
   ASSERT_TRUE(restored->itemManager());
   EXPECT_EQ(restored->itemManager()->mode(), 1);
   EXPECT_EQ(restored->itemManager()->item()->url(), roadmap);
+  restored->endPreview();
 
   // The file is gone (or a folder is named): nothing is restored.
   auto again = NavController::create();

@@ -139,6 +139,8 @@ TEST(InstalledApplications, Read_OnlyARegularBoundedFileWithUsableEntries) {
   EXPECT_TRUE(demo.isInstalled("com.vorlan.Jotter"));
   EXPECT_FALSE(demo.isInstalled("com.vorlan.drillrun"));
   EXPECT_TRUE(demo.applications()[0].opensInPlace);
+  EXPECT_EQ(demo.applications()[0].shortName, "Drills");
+  EXPECT_EQ(demo.applications()[0].description, "Training drills");
 
   std::vector<std::string> problems;
   ASSERT_FALSE(host::writeFileAtomically(
