@@ -42,6 +42,13 @@ bool staysInsideDrive(const std::string& path) {
 
 }  // namespace
 
+AppDelegate::~AppDelegate() {
+  const auto root = rootWindow_ ? rootWindow_->rootViewController() : nullptr;
+  if (const auto navigation = std::dynamic_pointer_cast<NavController>(root)) {
+    navigation->endPreview();
+  }
+}
+
 void AppDelegate::registerDelegateClass() {
   static std::once_flag once;
   std::call_once(once, [] {

@@ -38,6 +38,9 @@ class AppDelegate : public platform::ApplicationDelegate {
   // Registers the class under kAppDelegateClassName, once; the process entry
   // calls it before it starts the application object.
   static void registerDelegateClass();
+  // Ends an open preview: its item manager holds the navigation controller,
+  // which would otherwise outlive the window.
+  ~AppDelegate() override;
 
   bool applicationWillFinishLaunchingWithOptions(platform::ApplicationHost& application,
                                                  const platform::Value::Dictionary& options) override;

@@ -107,6 +107,9 @@ int LinuxApplicationHost::run(int /*argc*/, char** /*argv*/, const std::optional
   saveApplicationState();
   active_ = false;
   running_ = false;
+  // The application's objects end here, on the main thread, while the
+  // services they use still run.
+  delegate_.reset();
   for (auto it = services_.rbegin(); it != services_.rend(); ++it) {
     (*it)->applicationHostDidStop(*this);
   }
