@@ -130,11 +130,15 @@ TEST_F(AppDelegateLaunchURL, Mode_ChoosesThePreviewModeFromTheQueryItemsInOrder)
 TEST_F(AppDelegateLaunchURL, Open_ATrustedSourceBuildsTheStackDownToTheDocument) {
   EXPECT_TRUE(open("velunedriveapp://ignored.host" + drivePath("/Projects/Plans/My%2520Doc.pdf") + "?mode=info"));
   EXPECT_TRUE(testing::loggedPrefixAt(kLogInfo, "openURL: velunedriveapp://ignored.host"));
-  EXPECT_EQ(nav().viewControllers().size(), 3U);
-  EXPECT_EQ(topTitle(), "Plans");
-  // From the home screen, a cloud-only document: its folder.
+  // The listings down to the document's folder, topped by its details page.
+  ASSERT_EQ(nav().viewControllers().size(), 4U);
+  EXPECT_EQ(nav().viewControllers()[2]->title(), "Plans");
+  EXPECT_EQ(nav().topViewController()->kind(), "PreviewDetailsViewController");
+  // From the home screen, a cloud-only document: its folder and its download page.
   EXPECT_TRUE(open("velunedriveapp://" + drivePath("/Projects/Cloud.pdf"), "com.vorlan.lumiboard"));
-  EXPECT_EQ(topTitle(), "Projects");
+  ASSERT_EQ(nav().viewControllers().size(), 3U);
+  EXPECT_EQ(nav().viewControllers()[1]->title(), "Projects");
+  EXPECT_EQ(nav().topViewController()->kind(), "PreviewDownloadViewController");
 }
 
 TEST_F(AppDelegateLaunchURL, Open_RefusesUntrustedSourcesOtherSchemesAndPathsThatLeaveTheDrive) {
