@@ -86,11 +86,6 @@ class AppDelegateLaunchURL : public ::testing::Test {
     }
     return escaped;
   }
-  std::string topTitle() {
-    const auto top = nav().getTopDocumentListController();
-    return top ? top->title().value_or("") : std::string("<none>");
-  }
-
   testing::BrowseTestHome home_;
   AppDelegate delegate_;
   NoApplication application_;
