@@ -23,6 +23,7 @@
 #include <string>
 #include <vector>
 
+#include "MedianTimesReporter.h"
 #include "host/FileIO.h"
 #include "host/HostCloudKeyValueStore.h"
 #include "host/InProcessNotificationService.h"
@@ -190,44 +191,21 @@ void BM_Anchor_Cairo20Circles(benchmark::State& state) {
 BENCHMARK(BM_Anchor_Cairo20Circles)->Unit(benchmark::kMicrosecond);
 
 // Keeps each benchmark's CPU time per iteration to print the ratios.
-class RatioReporter final : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const auto& run : runs) {
-      const double scale = run.time_unit == benchmark::kMillisecond   ? 1e6
-                           : run.time_unit == benchmark::kMicrosecond ? 1e3
-                                                                      : 1.0;
-      const std::string& name = run.run_name.function_name;
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
-        nanoseconds_[name] = run.GetAdjustedCPUTime() * scale;
-        medians_.insert(name);
-      } else if (run.run_type == Run::RT_Iteration && run.iterations > 0 && medians_.count(name) == 0) {
-        nanoseconds_[name] = run.GetAdjustedCPUTime() * scale;
-      }
+void printRatios(const velune::bench::MedianTimesReporter& times) {
+  auto ratio = [&](const char* what, const char* measured, const char* anchor) {
+    const auto m = times.nanoseconds(measured);
+    const auto a = times.nanoseconds(anchor);
+    if (m && a) {
+      std::printf("%-56s %9.1f us / %9.1f us = %6.2f\n", what, *m / 1e3, *a / 1e3, *m / *a);
     }
-  }
-  void printRatios() const {
-    auto ratio = [&](const char* what, const char* measured, const char* anchor) {
-      const auto m = nanoseconds_.find(measured);
-      const auto a = nanoseconds_.find(anchor);
-      if (m != nanoseconds_.end() && a != nanoseconds_.end() && a->second > 0) {
-        std::printf("%-56s %9.1f us / %9.1f us = %6.2f\n", what, m->second / 1e3, a->second / 1e3,
-                    m->second / a->second);
-      }
-    };
-    std::printf("\nRatios (CPU time per iteration):\n");
-    ratio("reload of 10,000 tags / reading their names and numbers", "BM_ReloadTagDictionaryOf10000Tags",
-          "BM_Anchor_ReadTheNamesAndNumbers");
-    ratio("kvstore.json of 10,000 tags to reloaded / parsing it", "BM_ReloadFromKvstoreJsonOf10000Tags",
-          "BM_Anchor_ParseTheSameJson");
-    ratio("row of 20 blips / cairo's 20 circles", "BM_DrawARowOf20Blips", "BM_Anchor_Cairo20Circles");
-  }
-
- private:
-  std::map<std::string, double> nanoseconds_;
-  std::set<std::string> medians_;
-};
+  };
+  std::printf("\nRatios (CPU time per iteration):\n");
+  ratio("reload of 10,000 tags / reading their names and numbers", "BM_ReloadTagDictionaryOf10000Tags",
+        "BM_Anchor_ReadTheNamesAndNumbers");
+  ratio("kvstore.json of 10,000 tags to reloaded / parsing it", "BM_ReloadFromKvstoreJsonOf10000Tags",
+        "BM_Anchor_ParseTheSameJson");
+  ratio("row of 20 blips / cairo's 20 circles", "BM_DrawARowOf20Blips", "BM_Anchor_Cairo20Circles");
+}
 
 }  // namespace
 
@@ -236,9 +214,9 @@ int main(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return 1;
   }
-  RatioReporter reporter;
+  velune::bench::MedianTimesReporter reporter(velune::bench::MedianTimesReporter::Time::CPU);
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.printRatios();
+  printRatios(reporter);
   benchmark::Shutdown();
   return 0;
 }

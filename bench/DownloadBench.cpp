@@ -34,6 +34,7 @@
 #include <string>
 #include <vector>
 
+#include "MedianTimesReporter.h"
 #include "diag/DRLogging.h"
 #include "host/HomeLayout.h"
 #include "host/InProcessNotificationService.h"
@@ -248,51 +249,26 @@ BENCHMARK(DownloadDocument)->Unit(benchmark::kMillisecond)->UseRealTime()->Itera
 BENCHMARK(ProgressReportUnobserved)->Unit(benchmark::kNanosecond);
 BENCHMARK(ProgressReportObservedByPage)->Unit(benchmark::kNanosecond);
 
-class RatioReporter final : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const auto& run : runs) {
-      const double scale = run.time_unit == benchmark::kMillisecond   ? 1e6
-                           : run.time_unit == benchmark::kMicrosecond ? 1e3
-                                                                      : 1.0;
-      const std::string& name = run.run_name.function_name;
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
-        nanoseconds_[name] = run.GetAdjustedRealTime() * scale;
-        medians_.insert(name);
-      } else if (run.run_type == Run::RT_Iteration && run.iterations > 0 && medians_.count(name) == 0) {
-        nanoseconds_[name] = run.GetAdjustedRealTime() * scale;
-      }
+void printRatios(const velune::bench::MedianTimesReporter& times) {
+  const auto at = [&](const char* name) { return times.nanoseconds(name).value_or(0.0); };
+  std::printf("\n");
+  if (at("CopyWithCp") > 0 && at("DownloadDocument") > 0) {
+    const double cp = static_cast<double>(kDocumentBytes) / (at("CopyWithCp") / 1e9) / 1e6;
+    const double download = static_cast<double>(kDocumentBytes) / (at("DownloadDocument") / 1e9) / 1e6;
+    std::printf("cp of 200 MB:             %8.1f MB/s\n", cp);
+    std::printf("download of 200 MB:       %8.1f MB/s\n", download);
+    std::printf("download / cp throughput: %8.2f  (goal: at least 0.80)\n", download / cp);
+    if (at("CopyWithCpAndFlush") > 0) {
+      const double flushed = static_cast<double>(kDocumentBytes) / (at("CopyWithCpAndFlush") / 1e9) / 1e6;
+      std::printf("cp + fdatasync of 200 MB: %8.1f MB/s\n", flushed);
+      std::printf("download / (cp + fdatasync): %5.2f\n", download / flushed);
     }
   }
-  void printRatios() const {
-    const auto at = [&](const char* name) {
-      const auto found = nanoseconds_.find(name);
-      return found == nanoseconds_.end() ? 0.0 : found->second;
-    };
-    std::printf("\n");
-    if (at("CopyWithCp") > 0 && at("DownloadDocument") > 0) {
-      const double cp = static_cast<double>(kDocumentBytes) / (at("CopyWithCp") / 1e9) / 1e6;
-      const double download = static_cast<double>(kDocumentBytes) / (at("DownloadDocument") / 1e9) / 1e6;
-      std::printf("cp of 200 MB:             %8.1f MB/s\n", cp);
-      std::printf("download of 200 MB:       %8.1f MB/s\n", download);
-      std::printf("download / cp throughput: %8.2f  (goal: at least 0.80)\n", download / cp);
-      if (at("CopyWithCpAndFlush") > 0) {
-        const double flushed = static_cast<double>(kDocumentBytes) / (at("CopyWithCpAndFlush") / 1e9) / 1e6;
-        std::printf("cp + fdatasync of 200 MB: %8.1f MB/s\n", flushed);
-        std::printf("download / (cp + fdatasync): %5.2f\n", download / flushed);
-      }
-    }
-    if (at("ProgressReportUnobserved") > 0 && at("ProgressReportObservedByPage") > 0) {
-      std::printf("progress report, nobody observing:     %8.1f ns\n", at("ProgressReportUnobserved"));
-      std::printf("progress report, a download page:      %8.1f ns\n", at("ProgressReportObservedByPage"));
-    }
+  if (at("ProgressReportUnobserved") > 0 && at("ProgressReportObservedByPage") > 0) {
+    std::printf("progress report, nobody observing:     %8.1f ns\n", at("ProgressReportUnobserved"));
+    std::printf("progress report, a download page:      %8.1f ns\n", at("ProgressReportObservedByPage"));
   }
-
- private:
-  std::map<std::string, double> nanoseconds_;
-  std::set<std::string> medians_;
-};
+}
 
 }  // namespace
 
@@ -302,9 +278,9 @@ int main(int argc, char** argv) {
     return 1;
   }
   BenchHome::shared();
-  RatioReporter reporter;
+  velune::bench::MedianTimesReporter reporter(velune::bench::MedianTimesReporter::Time::Real);
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.printRatios();
+  printRatios(reporter);
   benchmark::Shutdown();
   velune::DRLogFlush();
   BenchHome::shared().removeAll();

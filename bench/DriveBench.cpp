@@ -32,6 +32,7 @@
 #include <set>
 #include <string>
 
+#include "MedianTimesReporter.h"
 #include "diag/DRLogging.h"
 #include "host/HomeLayout.h"
 #include "host/drive/Drive.h"
@@ -303,44 +304,21 @@ BENCHMARK(CoordinatedWrite)->Unit(benchmark::kNanosecond);
 BENCHMARK(CoordinatedWriteWhilePresenting)->Unit(benchmark::kNanosecond);
 
 // Keeps each benchmark's time per iteration to print the ratios.
-class RatioReporter final : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const auto& run : runs) {
-      const double scale = run.time_unit == benchmark::kMillisecond   ? 1e6
-                           : run.time_unit == benchmark::kMicrosecond ? 1e3
-                                                                      : 1.0;
-      const std::string& name = run.run_name.function_name;
-      // With --benchmark_repetitions the median is used, else the one run.
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
-        nanoseconds_[name] = run.GetAdjustedRealTime() * scale;
-        medians_.insert(name);
-      } else if (run.run_type == Run::RT_Iteration && run.iterations > 0 && medians_.count(name) == 0) {
-        nanoseconds_[name] = run.GetAdjustedRealTime() * scale;
-      }
+void printRatios(const velune::bench::MedianTimesReporter& times) {
+  auto ratio = [&](const char* what, const char* measured, const char* anchor) {
+    const auto m = times.nanoseconds(measured);
+    const auto a = times.nanoseconds(anchor);
+    if (m && a) {
+      std::printf("%-48s %10.1f x  (%s / %s)\n", what, *m / *a, measured, anchor);
     }
-  }
-  void printRatios() const {
-    auto ratio = [&](const char* what, const char* measured, const char* anchor) {
-      const auto m = nanoseconds_.find(measured);
-      const auto a = nanoseconds_.find(anchor);
-      if (m != nanoseconds_.end() && a != nanoseconds_.end() && a->second > 0) {
-        std::printf("%-48s %10.1f x  (%s / %s)\n", what, m->second / a->second, measured, anchor);
-      }
-    };
-    std::printf("\nRatios:\n");
-    ratio("item records of 10,000 items vs a stat walk", "ItemRecordWalk", "StatWalk");
-    ratio("item records vs a stat walk by full path", "ItemRecordWalk", "StatWalkByPath");
-    ratio("move past 1,000 taken names vs its syscalls", "MoveIntoTakenNames", "StatNamesAndRename");
-    ratio("coordinated write vs an uncontended mutex", "CoordinatedWrite", "UncontendedMutex");
-    ratio("coordinated write while presenting vs mutex", "CoordinatedWriteWhilePresenting", "UncontendedMutex");
-  }
-
- private:
-  std::map<std::string, double> nanoseconds_;
-  std::set<std::string> medians_;
-};
+  };
+  std::printf("\nRatios:\n");
+  ratio("item records of 10,000 items vs a stat walk", "ItemRecordWalk", "StatWalk");
+  ratio("item records vs a stat walk by full path", "ItemRecordWalk", "StatWalkByPath");
+  ratio("move past 1,000 taken names vs its syscalls", "MoveIntoTakenNames", "StatNamesAndRename");
+  ratio("coordinated write vs an uncontended mutex", "CoordinatedWrite", "UncontendedMutex");
+  ratio("coordinated write while presenting vs mutex", "CoordinatedWriteWhilePresenting", "UncontendedMutex");
+}
 
 }  // namespace
 
@@ -350,9 +328,9 @@ int main(int argc, char** argv) {
     return 1;
   }
   BenchHome::shared();
-  RatioReporter reporter;
+  velune::bench::MedianTimesReporter reporter(velune::bench::MedianTimesReporter::Time::Real);
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.printRatios();
+  printRatios(reporter);
   benchmark::Shutdown();
   velune::DRLogFlush();
   BenchHome::shared().removeAll();

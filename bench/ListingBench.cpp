@@ -27,6 +27,7 @@
 #include <set>
 #include <string>
 
+#include "MedianTimesReporter.h"
 #include "app/DocumentListControllerStatusBar.h"
 #include "app/StatusBar.h"
 #include "browse/NavController.h"
@@ -293,45 +294,21 @@ BENCHMARK(OpenUntilAllRecords)->Arg(10'000)->Arg(100)->UseManualTime()->Unit(ben
 BENCHMARK(ReaddirFstatat)->Arg(10'000)->Arg(100)->Unit(benchmark::kMillisecond);
 
 // Keeps each benchmark's time per iteration to print the ratios.
-class RatioReporter final : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const auto& run : runs) {
-      const double scale = run.time_unit == benchmark::kMillisecond   ? 1e6
-                           : run.time_unit == benchmark::kMicrosecond ? 1e3
-                                                                      : 1.0;
-      const std::string name = run.run_name.function_name + "/" + run.run_name.args;
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
-        nanoseconds_[name] = run.GetAdjustedRealTime() * scale;
-        medians_.insert(name);
-      } else if (run.run_type == Run::RT_Iteration && run.iterations > 0 && medians_.count(name) == 0) {
-        nanoseconds_[name] = run.GetAdjustedRealTime() * scale;
+void printRatios(const velune::bench::MedianTimesReporter& times) {
+  std::printf("\nRatios to a readdir + fstatat walk of the same folder:\n");
+  for (const char* count : {"10000", "100"}) {
+    const auto anchor = times.nanoseconds(std::string("ReaddirFstatat/") + count);
+    if (!anchor) {
+      continue;
+    }
+    for (const char* measured : {"OpenUntilItemsChanged", "OpenUntilStatusLine", "OpenUntilVisibleRows",
+                                 "OpenUntilAllRecords"}) {
+      if (const auto m = times.nanoseconds(std::string(measured) + "/" + count)) {
+        std::printf("%-28s %6s items: %8.2f ms  %6.1f x\n", measured, count, *m / 1e6, *m / *anchor);
       }
     }
   }
-  void printRatios() const {
-    std::printf("\nRatios to a readdir + fstatat walk of the same folder:\n");
-    for (const char* count : {"10000", "100"}) {
-      const auto anchor = nanoseconds_.find(std::string("ReaddirFstatat/") + count);
-      if (anchor == nanoseconds_.end() || anchor->second <= 0) {
-        continue;
-      }
-      for (const char* measured : {"OpenUntilItemsChanged", "OpenUntilStatusLine", "OpenUntilVisibleRows",
-                                   "OpenUntilAllRecords"}) {
-        const auto m = nanoseconds_.find(std::string(measured) + "/" + count);
-        if (m != nanoseconds_.end()) {
-          std::printf("%-28s %6s items: %8.2f ms  %6.1f x\n", measured, count, m->second / 1e6,
-                      m->second / anchor->second);
-        }
-      }
-    }
-  }
-
- private:
-  std::map<std::string, double> nanoseconds_;
-  std::set<std::string> medians_;
-};
+}
 
 }  // namespace
 
@@ -341,9 +318,9 @@ int main(int argc, char** argv) {
     return 1;
   }
   BenchHome::shared();
-  RatioReporter reporter;
+  velune::bench::MedianTimesReporter reporter(velune::bench::MedianTimesReporter::Time::Real, velune::bench::MedianTimesReporter::Naming::FunctionAndArguments);
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.printRatios();
+  printRatios(reporter);
   benchmark::Shutdown();
   velune::DRLogFlush();
   BenchHome::shared().removeAll();

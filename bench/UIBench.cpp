@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "MedianTimesReporter.h"
 #include "platform/DeviceInfo.h"
 #include "platform/Platform.h"
 #include "platform/ui/Label.h"
@@ -229,46 +230,22 @@ void BM_WrapAParagraph(benchmark::State& state) {
 BENCHMARK(BM_WrapAParagraph)->Unit(benchmark::kMicrosecond);
 
 // Keeps each benchmark's CPU time per iteration to print the ratios.
-class RatioReporter final : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const auto& run : runs) {
-      const double scale = run.time_unit == benchmark::kMillisecond   ? 1e6
-                           : run.time_unit == benchmark::kMicrosecond ? 1e3
-                                                                      : 1.0;
-      const std::string& name = run.run_name.function_name;
-      // With --benchmark_repetitions the median is used, else the one run.
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
-        nanoseconds_[name] = run.GetAdjustedCPUTime() * scale;
-        medians_.insert(name);
-      } else if (run.run_type == Run::RT_Iteration && run.iterations > 0 && medians_.count(name) == 0) {
-        nanoseconds_[name] = run.GetAdjustedCPUTime() * scale;
-      }
+void printRatios(const velune::bench::MedianTimesReporter& times) {
+  auto ratio = [&](const char* what, const char* measured, const char* anchor) {
+    const auto m = times.nanoseconds(measured);
+    const auto a = times.nanoseconds(anchor);
+    if (m && a) {
+      std::printf("%-52s %8.1f us / %8.1f us = %6.3f\n", what, *m / 1e3, *a / 1e3, *m / *a);
     }
-  }
-  void printRatios() const {
-    auto ratio = [&](const char* what, const char* measured, const char* anchor) {
-      const auto m = nanoseconds_.find(measured);
-      const auto a = nanoseconds_.find(anchor);
-      if (m != nanoseconds_.end() && a != nanoseconds_.end() && a->second > 0) {
-        std::printf("%-52s %8.1f us / %8.1f us = %6.3f\n", what, m->second / 1e3, a->second / 1e3,
-                    m->second / a->second);
-      }
-    };
-    std::printf("\nRatios (CPU time per iteration):\n");
-    ratio("details page after a title change: kept / fresh", "BM_LayoutDetailsPageAfterATitleChange",
-          "BM_LayoutDetailsPageAfterATitleChangeFromScratch");
-    ratio("scroll step of 10,000 rows / one screen from nothing", "BM_ScrollAListOf10000ConstrainedRows",
-          "BM_LayOutOneScreenOfTheRowsFromScratch");
-    ratio("scroll step of 10,000 rows: kept / fresh", "BM_ScrollAListOf10000ConstrainedRows",
-          "BM_ScrollAListOf10000ConstrainedRowsFromScratch");
-  }
-
- private:
-  std::map<std::string, double> nanoseconds_;
-  std::set<std::string> medians_;
-};
+  };
+  std::printf("\nRatios (CPU time per iteration):\n");
+  ratio("details page after a title change: kept / fresh", "BM_LayoutDetailsPageAfterATitleChange",
+        "BM_LayoutDetailsPageAfterATitleChangeFromScratch");
+  ratio("scroll step of 10,000 rows / one screen from nothing", "BM_ScrollAListOf10000ConstrainedRows",
+        "BM_LayOutOneScreenOfTheRowsFromScratch");
+  ratio("scroll step of 10,000 rows: kept / fresh", "BM_ScrollAListOf10000ConstrainedRows",
+        "BM_ScrollAListOf10000ConstrainedRowsFromScratch");
+}
 
 }  // namespace
 
@@ -277,9 +254,9 @@ int main(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return 1;
   }
-  RatioReporter reporter;
+  velune::bench::MedianTimesReporter reporter(velune::bench::MedianTimesReporter::Time::CPU);
   benchmark::RunSpecifiedBenchmarks(&reporter);
-  reporter.printRatios();
+  printRatios(reporter);
   benchmark::Shutdown();
   return 0;
 }

@@ -1,46 +1,16 @@
 #include "host/HomeJson.h"
 
-#include <algorithm>
+#include "platform/JsonNesting.h"
 
 namespace velune::host {
 
 namespace {
 
-// The deepest nesting of arrays and objects in the text, counted without
-// parsing (brackets inside strings do not count); stops early past `limit`.
-size_t nestingDepth(std::string_view text, size_t limit) {
-  size_t depth = 0;
-  size_t deepest = 0;
-  bool inString = false;
-  bool escaped = false;
-  for (const char c : text) {
-    if (inString) {
-      if (escaped) {
-        escaped = false;
-      } else if (c == '\\') {
-        escaped = true;
-      } else if (c == '"') {
-        inString = false;
-      }
-    } else if (c == '"') {
-      inString = true;
-    } else if (c == '[' || c == '{') {
-      deepest = std::max(deepest, ++depth);
-      if (deepest > limit) {
-        return deepest;
-      }
-    } else if ((c == ']' || c == '}') && depth > 0) {
-      --depth;
-    }
-  }
-  return deepest;
-}
-
 template <typename Json>
 Json parseLimited(std::string_view text, bool* tooDeepResult, size_t maximumDepth) {
   // The values the parser builds, and every walk over them, are recursive:
   // a deeper text is refused before it is parsed.
-  const bool tooDeep = nestingDepth(text, maximumDepth) > maximumDepth;
+  const bool tooDeep = platform::jsonNestingDepth(text, maximumDepth) > maximumDepth;
   if (tooDeepResult != nullptr) {
     *tooDeepResult = tooDeep;
   }

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/Error.h"
+#include "platform/JsonNesting.h"
 
 namespace velune::shell {
 
@@ -14,35 +15,6 @@ namespace {
 
 platform::Error invalid(const std::string& why) {
   return platform::Error("VeluneScreenEvent", 1, {{std::string(platform::kLocalizedDescriptionKey), platform::Value("invalid event: " + why)}});
-}
-
-// The deepest nesting of arrays and objects, counted without parsing (so that
-// a body of 60,000 brackets is refused before a parser recurses into it).
-int nestingDepth(std::string_view body) {
-  int depth = 0;
-  int deepest = 0;
-  bool inString = false;
-  bool escaped = false;
-  for (const char c : body) {
-    if (inString) {
-      if (escaped) {
-        escaped = false;
-      } else if (c == '\\') {
-        escaped = true;
-      } else if (c == '"') {
-        inString = false;
-      }
-      continue;
-    }
-    if (c == '"') {
-      inString = true;
-    } else if (c == '{' || c == '[') {
-      deepest = std::max(deepest, ++depth);
-    } else if (c == '}' || c == ']') {
-      --depth;
-    }
-  }
-  return deepest;
 }
 
 struct TypeInfo {
@@ -75,7 +47,7 @@ platform::Result<ScreenEvent> ScreenEvent::parse(std::string_view body) {
   if (body.size() > kMaxBodyBytes) {
     return invalid("the body is larger than 64 KiB");
   }
-  if (nestingDepth(body) > kMaxNesting) {
+  if (constexpr auto limit = static_cast<std::size_t>(kMaxNesting); platform::jsonNestingDepth(body, limit) > limit) {
     return invalid("nested too deeply");
   }
   // No exceptions: a malformed body (or invalid UTF-8) gives a discarded value.
