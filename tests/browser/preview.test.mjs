@@ -3,13 +3,14 @@
 // the document in the browser's own viewer; a document on the phone opened
 // at once; a picture downloaded by itself; back to the listing each time.
 //
-// VELUNE_PREVIEW_SHOTS=DIR also writes a screenshot of every page to DIR.
+// VELUNE_PREVIEW_SHOTS=DIR also writes a screenshot of every page to DIR;
+// VELUNE_UPDATE_SCREENSHOTS=1 the downloading document of docs/.
 import assert from "node:assert/strict";
 import fs from "node:fs";
 import os from "node:os";
 import path from "node:path";
 import { after, before, describe, test } from "node:test";
-import { startApp, startBrowser, waitForFrame } from "./support.mjs";
+import { projectRoot, startApp, startBrowser, waitForFrame } from "./support.mjs";
 
 // The pie of the round progress: its filled slice, as the page draws it.
 function pieSlice(page) {
@@ -74,6 +75,9 @@ describe("opening documents", () => {
       return slice && slice.getAttribute("d") !== before;
     }, early, { timeout: 15000 });
     await shot("preview-progress");
+    if (process.env.VELUNE_UPDATE_SCREENSHOTS) {
+      await page.screenshot({ path: path.join(projectRoot, "docs/screen-download.png") });
+    }
 
     // The document in the browser's PDF viewer, in place of the download page.
     const viewer = page.locator("iframe.document-viewer.viewer-pdf");
