@@ -29,6 +29,7 @@ struct FileSignature {
   ino_t inode = 0;
   off_t size = 0;
   std::int64_t modifiedNanoseconds = 0;
+  std::int64_t changedNanoseconds = 0;
   bool operator==(const FileSignature&) const = default;
 };
 
@@ -38,8 +39,34 @@ FileSignature signatureOf(const std::string& path) {
     return {};
   }
   return {true, info.st_ino, info.st_size,
-          static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec};
+          static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec,
+          static_cast<std::int64_t>(info.st_ctim.tv_sec) * 1'000'000'000 + info.st_ctim.tv_nsec};
 }
+
+// One save often reaches the monitor as several events, and each makes it read
+// the file again: what is wrong with a file that has not changed since it was
+// last said is not said again.
+class ComplaintMemory {
+ public:
+  // True when these problems were already reported for the file as it is now.
+  bool alreadySaid(const std::string& path, const std::vector<std::string>& problems) {
+    const FileSignature now = signatureOf(path);
+    if (problems.empty()) {
+      said_.clear();
+      return false;
+    }
+    if (now.exists && now == file_ && problems == said_) {
+      return true;
+    }
+    file_ = now;
+    said_ = problems;
+    return false;
+  }
+
+ private:
+  FileSignature file_;
+  std::vector<std::string> said_;
+};
 
 }  // namespace
 
@@ -75,6 +102,9 @@ struct DeviceMonitor::Core {
 
   // Serialises re-reading, so listeners see changes one at a time, in order.
   std::mutex reloadMutex;
+  // Guarded by reloadMutex.
+  ComplaintMemory deviceComplaints;
+  ComplaintMemory stateComplaints;
 };
 
 std::shared_ptr<DeviceMonitor> DeviceMonitor::create(HomeLayout layout) {
@@ -245,8 +275,10 @@ void DeviceMonitor::Core::reloadConfiguration() {
   }
   std::vector<std::string> problems;
   const DeviceConfiguration current = DeviceConfiguration::read(deviceFile(), &problems, previous);
-  for (const auto& problem : problems) {
-    PLATFORM_LOG(kLogWarning, "%@", problem);
+  if (!deviceComplaints.alreadySaid(deviceFile(), problems)) {
+    for (const auto& problem : problems) {
+      PLATFORM_LOG(kLogWarning, "%@", problem);
+    }
   }
   if (previous == current) {
     return;
@@ -274,10 +306,16 @@ void DeviceMonitor::Core::reloadApplicationState() {
   std::lock_guard reloading(reloadMutex);
   std::string problem;
   const auto state = readApplicationState(stateFile(), &problem);
-  if (!state) {
-    if (!problem.empty()) {
-      PLATFORM_LOG(kLogWarning, "%@", problem);
+  std::vector<std::string> problems;
+  if (!problem.empty()) {
+    problems.push_back(problem);
+  }
+  if (!stateComplaints.alreadySaid(stateFile(), problems)) {
+    for (const auto& said : problems) {
+      PLATFORM_LOG(kLogWarning, "%@", said);
     }
+  }
+  if (!state) {
     return;
   }
   std::vector<std::shared_ptr<ApplicationStateListener>> listeners;

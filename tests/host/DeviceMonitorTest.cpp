@@ -10,10 +10,12 @@
 #include "diag/DRLogging.h"
 #include "host/DeviceMonitor.h"
 #include "host/DeviceSettingsEditor.h"
+#include "host/FileIO.h"
 #include "host/HostAccountService.h"
 #include "host/LinuxApplicationHost.h"
 #include "host/SimulatedReachability.h"
 #include "platform/DispatchQueue.h"
+#include "platform/Log.h"
 #include "platform/Notifications.h"
 #include "platform/RunLoop.h"
 #include "tests/support/LogLines.h"
@@ -212,6 +214,40 @@ TEST_F(DeviceMonitorTest, ApplicationState_MovesTheRunningAppAndPostsEachChangeO
   EXPECT_TRUE(application->isActive());
   EXPECT_EQ(
       testing::countOf("app-state.json: expected {\"state\": \"active\"} or {\"state\": \"background\"}; ignored"), 1u);
+}
+
+TEST_F(DeviceMonitorTest, BrokenFiles_ReadAgainUnchangedAreComplainedAboutOnce) {
+  // One save reaches the monitor as several events; each re-read of the same
+  // broken file used to log the same warning again.
+  const std::string stateComplaint =
+      "app-state.json: expected {\"state\": \"active\"} or {\"state\": \"background\"}; ignored";
+  const std::string deviceComplaint = "device.json is not a JSON object; its settings are not used";
+  auto monitor = DeviceMonitor::create(layout);
+  const std::string stateFile = monitor->applicationStateFile();
+  std::ofstream(stateFile, std::ios::trunc) << R"({"state": "asleep"})";
+  overwrite("{ not json");
+  for (int read = 0; read < 3; ++read) {
+    monitor->reload();
+  }
+  ASSERT_TRUE(waitForLogLine(deviceComplaint));
+  ASSERT_TRUE(waitForLogLine(stateComplaint));
+  // Lines come in order: a line after the re-reads shows none is still on its way.
+  PLATFORM_LOG(kLogWarning, "%@", "marker after the re-reads");
+  ASSERT_TRUE(waitForLogLine("marker after the re-reads"));
+  EXPECT_EQ(testing::countOf(stateComplaint), 1u);
+  EXPECT_EQ(testing::countOf(deviceComplaint), 1u);
+
+  // A new file with the same fault is a new fault: said again.
+  ASSERT_FALSE(writeFileAtomically(stateFile, R"({"state": "dreaming"})"));
+  // Mended, then broken again as before: said again too.
+  ASSERT_FALSE(writeFileAtomically(layout.deviceJson(), R"({"network": "cellular"})"));
+  monitor->reload();
+  ASSERT_FALSE(writeFileAtomically(layout.deviceJson(), "{ not json either"));
+  monitor->reload();
+  PLATFORM_LOG(kLogWarning, "%@", "marker after the changes");
+  ASSERT_TRUE(waitForLogLine("marker after the changes"));
+  EXPECT_EQ(testing::countOf(stateComplaint), 2u);
+  EXPECT_EQ(testing::countOf(deviceComplaint), 2u);
 }
 
 TEST_F(DeviceMonitorTest, Monitor_DroppedWhileWatchingStopsItsThread) {
