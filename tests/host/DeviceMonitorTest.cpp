@@ -201,7 +201,9 @@ TEST_F(DeviceMonitorTest, ApplicationState_MovesTheRunningAppAndPostsEachChangeO
   EXPECT_FALSE(application->isActive());
   // Asking again for the state in force changes nothing; a broken file is ignored.
   ASSERT_FALSE(DeviceMonitor::writeApplicationState(stateFile, ApplicationState::Background));
-  std::ofstream(stateFile, std::ios::trunc) << R"({"state": "asleep"})";
+  // Replaced whole: a watcher reading between a truncation and the write would
+  // see an empty file, which is a different (if short-lived) fault.
+  ASSERT_FALSE(writeFileAtomically(stateFile, R"({"state": "asleep"})"));
   // Read before it is replaced: two writes in a row may reach the monitor as one.
   ASSERT_TRUE(waitForLogLine("app-state.json: expected {\"state\": \"active\"} or {\"state\": \"background\"}; ignored"));
   ASSERT_FALSE(DeviceMonitor::writeApplicationState(stateFile, ApplicationState::Active));
