@@ -317,6 +317,21 @@
     el.appendChild(right);
   }
 
+  // A back title that would run into the bar's title becomes "Back", and
+  // where even that does not fit only the chevron stays.
+  function fitBackTitles() {
+    for (const bar of windowEl.querySelectorAll(".navbar")) {
+      const back = bar.querySelector(".back");
+      const title = bar.querySelector(".title span");
+      if (!back || !title || !title.textContent) continue;
+      const text = back.querySelector(".back-title");
+      const limit = () => title.getBoundingClientRect().left - 6;
+      if (back.getBoundingClientRect().right <= limit() && text.scrollWidth <= text.clientWidth) continue;
+      text.textContent = "Back";
+      if (back.getBoundingClientRect().right > limit()) text.hidden = true;
+    }
+  }
+
   function fillToolbar(el, node) {
     el.className = "v toolbar";
     el.textContent = "";
@@ -701,6 +716,7 @@
     if (focusedId && seen.get(focusedId) && document.activeElement !== seen.get(focusedId)) {
       seen.get(focusedId).focus({ preventScroll: true });
     }
+    fitBackTitles();
     // Painted: the frame after this one has been drawn.
     requestAnimationFrame(() => {
       state.paints++;

@@ -85,6 +85,7 @@ describe("opening documents", () => {
     assert.match(await viewer.getAttribute("src"), /Annual%20Report\.pdf/);
     assert.equal(fs.statSync(report).size > 6_000_000, true, "the whole document is on the phone");
     await page.locator(".navbar .title", { hasText: "Annual Report.pdf" }).waitFor();
+    assert.equal(await page.locator(".navbar .back-title").textContent(), "Back", "the listing's name would meet the title");
     await shot("preview-document");
     await back();
     assert.deepEqual(browser.problems, []);
@@ -96,6 +97,21 @@ describe("opening documents", () => {
     await text.waitFor();
     const body = await page.frameLocator("iframe.document-viewer.viewer-text").locator("body").textContent();
     assert.match(body, /Espresso 2\.50/);
+    // The back button names the listing, or says "Back" where the name would
+    // run into the title; it never covers the title nor shrinks to a letter.
+    const bar = await page.evaluate(() => {
+      const back = document.querySelector(".navbar .back");
+      const title = document.querySelector(".navbar .title span");
+      return {
+        text: back.querySelector(".back-title").textContent,
+        clipped: back.querySelector(".back-title").scrollWidth > back.querySelector(".back-title").clientWidth,
+        backRight: back.getBoundingClientRect().right,
+        titleLeft: title.getBoundingClientRect().left,
+      };
+    });
+    assert.ok(["Velune Drive", "Back"].includes(bar.text), bar.text);
+    assert.equal(bar.clipped, false);
+    assert.ok(bar.backRight <= bar.titleLeft, JSON.stringify(bar));
     await shot("preview-text");
     await back();
 
