@@ -85,7 +85,7 @@ void PreviewDetailsViewController::setupViewsAndConstraints() {
   const auto bottom = makeHairline();
 
   filenameTextField_ = ui::Label::make();
-  filenameTextField_->setIdentifier(identifier() + ".name");
+  filenameTextField_->setIdentifier(identifier() + ".filenameTextField");
   filenameTextField_->setNumberOfLines(1);
   // Just below required across: a name wider than the page (255 bytes of
   // wide letters) would otherwise contradict the required width rules and
