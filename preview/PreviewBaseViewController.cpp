@@ -146,8 +146,15 @@ void PreviewBaseViewController::configureButtons() {
   barButtonActionItem_->setIdentifier(identifier() + ".share");
 
   std::shared_ptr<ui::BarButtonItem> openInItem;
+  // A page may hand out the same button at every appearance: the action of
+  // the previous appearance goes first, so that one tap opens once.
+  if (const auto previous = openInButton_.lock()) {
+    previous->removeAction(openInActionId_);
+  }
+  openInButton_.reset();
   if (const auto button = openInAppNavControllerButton()) {
-    button->addAction(ui::ControlEvent::TouchUpInside, [page](ui::Control&) {
+    openInButton_ = button;
+    openInActionId_ = button->addAction(ui::ControlEvent::TouchUpInside, [page](ui::Control&) {
       if (const auto self = page()) {
         self->openInDefaultApp();
       }

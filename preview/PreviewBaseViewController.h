@@ -110,6 +110,9 @@ class PreviewBaseViewController : public ui::ViewController {
   std::shared_ptr<ui::BarButtonItem> barButtonDeleteItem_;
   std::shared_ptr<ui::BarButtonItem> barButtonMoveItem_;
   std::atomic<std::int32_t> lastProgressChunk_{-1};
+  // The open-in button of the bars and the action this page gave it.
+  std::weak_ptr<ui::Button> openInButton_;
+  std::uint64_t openInActionId_ = 0;
 
   // The subscription and the observations it made, shared by the download
   // queue, the publisher's thread and the main thread.
