@@ -3,7 +3,7 @@
 // unavailable screen while the phone has no account.
 import assert from "node:assert/strict";
 import { after, before, describe, test } from "node:test";
-import { startApp, startBrowser, waitForFrame } from "./support.mjs";
+import { closeCleanly, openScreen, startApp } from "./support.mjs";
 
 describe("browsing", () => {
   let app;
@@ -12,15 +12,9 @@ describe("browsing", () => {
 
   before(async () => {
     app = await startApp();
-    browser = await startBrowser();
-    page = browser.page;
-    await page.goto(app.url);
-    await waitForFrame(page);
+    ({ browser, page } = await openScreen(app));
   });
-  after(async () => {
-    if (browser) await browser.close();
-    if (app) await app.stop();
-  });
+  after(() => closeCleanly(app, browser));
 
   const screen = () => page.locator("#screen");
   const row = (name) => screen().getByRole("button", { name, exact: true });

@@ -9,10 +9,9 @@
 import assert from "node:assert/strict";
 import { execFileSync } from "node:child_process";
 import fs from "node:fs";
-import os from "node:os";
 import path from "node:path";
 import { after, before, describe, test } from "node:test";
-import { imagesLoaded, projectRoot, startApp, startBrowser, waitForFrame } from "./support.mjs";
+import { closeCleanly, imagesLoaded, openScreen, projectRoot, startApp } from "./support.mjs";
 
 const appBinary = process.env.VELUNE_APP || path.join(projectRoot, "build/debug/programs/velunedriveapp");
 const vdtool = path.join(path.dirname(appBinary), "vdtool");
@@ -56,21 +55,11 @@ describe("the details page", () => {
   };
 
   before(async () => {
-    const home = path.join(fs.mkdtempSync(path.join(os.tmpdir(), "velune-home-")), "home");
-    app = await startApp({ home });
-    browser = await startBrowser();
-    page = browser.page;
-    await page.goto(app.url);
-    await waitForFrame(page);
+    app = await startApp();
+    ({ browser, page } = await openScreen(app));
     await row("Budget.csv").waitFor();
   });
-  after(async () => {
-    if (browser) await browser.close();
-    if (app) {
-      const code = await app.stop();
-      assert.equal(code, 0, "the app ends cleanly on Ctrl-C:\n" + app.stderr());
-    }
-  });
+  after(() => closeCleanly(app, browser));
 
   test("every document of the drive's root shows its rows, dates and tag dots from its Info button", async () => {
     const names = await page.evaluate(() => [...document.querySelectorAll("#screen [role=button][aria-label]")]

@@ -7,10 +7,9 @@
 // VELUNE_UPDATE_SCREENSHOTS=1 the downloading document of docs/.
 import assert from "node:assert/strict";
 import fs from "node:fs";
-import os from "node:os";
 import path from "node:path";
 import { after, before, describe, test } from "node:test";
-import { projectRoot, startApp, startBrowser, waitForFrame } from "./support.mjs";
+import { closeCleanly, openScreen, projectRoot, startApp } from "./support.mjs";
 
 // The pie of the round progress: its filled slice, as the page draws it.
 function pieSlice(page) {
@@ -36,21 +35,11 @@ describe("opening documents", () => {
 
   before(async () => {
     // A home that does not exist yet gets the demo drive.
-    const home = path.join(fs.mkdtempSync(path.join(os.tmpdir(), "velune-home-")), "home");
-    app = await startApp({ home });
-    browser = await startBrowser();
-    page = browser.page;
-    await page.goto(app.url);
-    await waitForFrame(page);
+    app = await startApp();
+    ({ browser, page } = await openScreen(app));
     await row("Annual Report.pdf").waitFor();
   });
-  after(async () => {
-    if (browser) await browser.close();
-    if (app) {
-      const code = await app.stop();
-      assert.equal(code, 0, "the app ends cleanly on Ctrl-C:\n" + app.stderr());
-    }
-  });
+  after(() => closeCleanly(app, browser));
 
   test("a cloud-only document downloads on its page with the progress moving, then shows in the viewer", async () => {
     // 7 MB at 1 MB/s: long enough to watch, and over the size that starts by itself.

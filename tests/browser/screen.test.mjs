@@ -7,7 +7,7 @@ import assert from "node:assert/strict";
 import fs from "node:fs";
 import path from "node:path";
 import { after, before, describe, test } from "node:test";
-import { imagesLoaded, phoneState, projectRoot, startApp, startBrowser, waitForFrame } from "./support.mjs";
+import { closeCleanly, imagesLoaded, phoneState, projectRoot, startApp, startBrowser, waitForFrame } from "./support.mjs";
 
 describe("screen", () => {
   let app;
@@ -19,13 +19,7 @@ describe("screen", () => {
     browser = await startBrowser();
     page = browser.page;
   });
-  after(async () => {
-    if (browser) await browser.close();
-    if (app) {
-      const code = await app.stop();
-      assert.equal(code, 0, "the app ends cleanly on Ctrl-C:\n" + app.stderr());
-    }
-  });
+  after(() => closeCleanly(app, browser));
 
   test("the printed address logs in and the page draws the screen", async () => {
     const response = await page.goto(app.url);

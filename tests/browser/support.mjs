@@ -5,6 +5,7 @@ import fs from "node:fs";
 import os from "node:os";
 import path from "node:path";
 import readline from "node:readline";
+import assert from "node:assert/strict";
 import { chromium } from "playwright-core";
 
 export const projectRoot = path.resolve(path.dirname(new URL(import.meta.url).pathname), "../..");
@@ -59,6 +60,24 @@ export async function startBrowser() {
     context, page, problems,
     close: async () => { await context.close(); fs.rmSync(profile, { recursive: true, force: true }); },
   };
+}
+
+// A browser showing the screen of `app`, logged in, once the first frame is drawn.
+export async function openScreen(app) {
+  const browser = await startBrowser();
+  await browser.page.goto(app.url);
+  await waitForFrame(browser.page);
+  return { browser, page: browser.page };
+}
+
+// Closes the browser, then ends the app with Ctrl-C: it must end cleanly
+// (under the sanitizers, with nothing leaked).
+export async function closeCleanly(app, browser) {
+  if (browser) await browser.close();
+  if (app) {
+    const code = await app.stop();
+    assert.equal(code, 0, "the app ends cleanly on Ctrl-C:\n" + app.stderr());
+  }
 }
 
 // Waits until the screen has drawn a frame newer than `after`.
