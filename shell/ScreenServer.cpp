@@ -136,6 +136,10 @@ platform::Result<std::unique_ptr<ScreenServer>> ScreenServer::start(const Option
   http.new_task_queue = [] { return new httplib::ThreadPool(24); };
   http.set_keep_alive_max_count(1000);
   http.set_keep_alive_timeout(5);
+  // A frame goes out as several small writes (chunk size, data, end); with
+  // Nagle's algorithm the last of them waited for the page's delayed
+  // acknowledgement, some 40 ms on every update.
+  http.set_tcp_nodelay(true);
   http.set_read_timeout(10, 0);
   http.set_write_timeout(10, 0);
   http.set_payload_max_length(kMaxBody);
