@@ -25,9 +25,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "diag/QuotaFetcherDelegate.h"
 #include "platform/Date.h"
+#include "platform/Error.h"
 #include "platform/DocumentListController.h"
 #include "platform/IdentityToken.h"
 #include "platform/URL.h"
@@ -119,11 +121,26 @@ class NavController : public ui::NavigationStackController,
   bool canShowMoveForSelectedItems(platform::DocumentListController& listing);
   bool canShowDeleteForSelectedItems(platform::DocumentListController& listing);
   bool canEnableNewFolderForSelectedItems(platform::DocumentListController& listing);
+  bool containerSupportsAnyDepth(platform::DocumentListController& listing);
+  // How many of the URLs are a container's documents folder.
+  static std::size_t numContainersInURLArray(const std::vector<platform::URL>& urls);
+  // 1 as soon as one URL is a folder (a package is a document), else 0.
+  static std::size_t numFoldersInURLArray(const std::vector<platform::URL>& urls);
 
   // --- The toolbar's edit actions (NavControllerEditing.cpp) ---
   void promtForNewFolderAndCreate();
   void showMoveTargetForSelectedItems();
   void showWarningAndDeleteDocument();
+
+  // --- Delete flow (NavControllerDelete.cpp) ---
+  // Asks, then deletes `urls` (documents and folders, or containers, never
+  // both). The sheet points at `usingView`, else at the toolbar's Delete
+  // button. A confirmed delete ends edit mode of `listing`, when given.
+  // `finishedCompletion` runs once whatever the answer, before failures are
+  // reported.
+  void showWarningAndDeleteURLs(const std::vector<platform::URL>& urls, const std::shared_ptr<ui::View>& usingView,
+                                const std::shared_ptr<platform::DocumentListController>& listing,
+                                std::function<void()> finishedCompletion);
 
   // --- Item selection and row actions (NavControllerItemActions.cpp) ---
   void documentListControllerDidSelectItemAtURL(platform::DocumentListController& listing,
@@ -140,6 +157,9 @@ class NavController : public ui::NavigationStackController,
   // A new preview item manager for `previewMode`, replacing the current one.
   void replaceItemManager(std::int32_t previewMode);
   std::shared_ptr<NavController> self();
+  // Deletes one item or empties one container; a failure is counted and,
+  // when it came with an error, kept as the last one.
+  void deleteOneItem(const platform::URL& url, std::size_t& failures, std::optional<platform::Error>& lastError);
 
   bool editMode_ = false;
   std::string viewTitle_;

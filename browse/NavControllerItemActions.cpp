@@ -50,19 +50,23 @@ void NavController::documentListControllerDidSelectItemAtURL(DocumentListControl
   });
 }
 
-// Of the row actions only the details page (2) is handled, through the
-// preview item manager; delete (0), the actions menu (1) and rename (3) are
-// not written yet and end at once, calling the listing's completion except
-// for rename, which never calls it.
+// Row actions: delete (0) and details (2) are handled; the actions menu (1)
+// and rename (3) are not written yet and end at once, calling the listing's
+// completion except for rename, which never calls it.
 void NavController::documentListControllerPerformAction(DocumentListController& /*listing*/,
                                                         DocumentListRowAction action, const platform::URL& url,
-                                                        const std::shared_ptr<ui::View>& /*originatingView*/,
+                                                        const std::shared_ptr<ui::View>& originatingView,
                                                         std::function<void()> completion) {
   VELUNE_ASSERT_MAIN_THREAD();
   switch (action) {
     case DocumentListRowAction::Delete:
       performActionCompletionBlock_ = completion;
-      break;
+      showWarningAndDeleteURLs({url}, originatingView, nullptr, [completion] {
+        if (completion) {
+          completion();
+        }
+      });
+      return;
     case DocumentListRowAction::ActionsMenu:
       break;
     case DocumentListRowAction::Details:
