@@ -29,9 +29,10 @@
 
 #include "diag/QuotaFetcherDelegate.h"
 #include "platform/Date.h"
-#include "platform/Error.h"
 #include "platform/DocumentListController.h"
+#include "platform/Error.h"
 #include "platform/IdentityToken.h"
+#include "platform/MoveTargetPicker.h"
 #include "platform/URL.h"
 #include "platform/ui/BarButtonItem.h"
 #include "platform/ui/NavigationStackController.h"
@@ -39,6 +40,7 @@
 namespace velune {
 
 class DRItem;
+class FilenamePrompt;
 class PreviewItemManager;
 class QuotaFetcher;
 
@@ -53,7 +55,8 @@ inline constexpr double kQuotaFetchInterval = 300.0;
 class NavController : public ui::NavigationStackController,
                       public ui::NavigationStackControllerDelegate,
                       public platform::DocumentListControllerDelegate,
-                      public QuotaFetcherDelegate {
+                      public QuotaFetcherDelegate,
+                      public platform::MoveTargetPickerDelegate {
  public:
   // The plain initialiser. The stack is built when the view loads.
   static std::shared_ptr<NavController> create();
@@ -75,6 +78,7 @@ class NavController : public ui::NavigationStackController,
   const std::shared_ptr<QuotaFetcher>& quotaFetcher() const { return quotaFetcher_; }
   const std::shared_ptr<PreviewItemManager>& itemManager() const { return itemManager_; }
   const std::function<void()>& performActionCompletionBlock() const { return performActionCompletionBlock_; }
+  const std::shared_ptr<FilenamePrompt>& folderPromptAlert() const { return folderPromptAlert_; }
 
   // --- Stack (navigation controller core) ---
   void viewDidLoad() override;
@@ -132,6 +136,26 @@ class NavController : public ui::NavigationStackController,
   void showMoveTargetForSelectedItems();
   void showWarningAndDeleteDocument();
 
+  // --- Move and new-folder flow (NavControllerMove.cpp) ---
+  // The picker when the folder's container has a folder (or cannot be told),
+  // else the new-folder prompt that moves the items into the folder it makes.
+  void showMoveTargetForItems(const std::vector<platform::URL>& urls, const std::optional<platform::URL>& folder);
+  // Whether the top level of the container of `url` holds a folder (hidden
+  // ones and packages do not count); true when the container is unknown.
+  bool containerHasSubfolders(const platform::URL& url);
+  void documentTargetSelectionControllerDidSelectItemAtURL(platform::MoveTargetPicker& picker,
+                                                           const platform::URL& folder) override;
+  // Moves each item into `folder` under its own name (a taken name gives a
+  // free variant); every item is tried; the errors in order.
+  std::vector<platform::Error> moveItemsToDirectory(const std::vector<platform::URL>& urls,
+                                                    const platform::URL& folder);
+  // The same, then one error or a counted alert over the top screen.
+  void moveItemsToDirectoryAndShowErrors(const std::vector<platform::URL>& urls, const platform::URL& folder);
+  // The name prompt for a new folder in `folder`; with items, the folder is
+  // made and they are moved into it. Kept in folderPromptAlert().
+  void showNewFolderPromptDuringMove(const std::optional<platform::URL>& folder,
+                                     const std::vector<platform::URL>& items);
+
   // --- Delete flow (NavControllerDelete.cpp) ---
   // Asks, then deletes `urls` (documents and folders, or containers, never
   // both). The sheet points at `usingView`, else at the toolbar's Delete
@@ -150,8 +174,7 @@ class NavController : public ui::NavigationStackController,
                                            const std::shared_ptr<ui::View>& originatingView,
                                            std::function<void()> completion) override;
   void documentListControllerPerformAction(platform::DocumentListController& listing,
-                                           platform::DocumentListRowAction action,
-                                           const platform::URL& url) override;
+                                           platform::DocumentListRowAction action, const platform::URL& url) override;
 
  private:
   // A new preview item manager for `previewMode`, replacing the current one.
@@ -172,6 +195,7 @@ class NavController : public ui::NavigationStackController,
   std::shared_ptr<QuotaFetcher> quotaFetcher_;
   std::function<void()> performActionCompletionBlock_;
   std::shared_ptr<PreviewItemManager> itemManager_;
+  std::shared_ptr<FilenamePrompt> folderPromptAlert_;
 };
 
 }  // namespace velune

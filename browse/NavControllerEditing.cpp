@@ -81,9 +81,8 @@ std::shared_ptr<platform::SyncContainer> containerOfListing(DocumentListControll
   const auto folder = listing.presentedURL();
   std::shared_ptr<platform::SyncContainer> container;
   std::vector<std::string> components;
-  std::optional<platform::Error> error = folder ? FileUtils::containerAndRelativePathforURL(*folder, &container,
-                                                                                          &components)
-                                                : std::nullopt;
+  std::optional<platform::Error> error =
+      folder ? FileUtils::containerAndRelativePathforURL(*folder, &container, &components) : std::nullopt;
   if (error || !container) {
     DRLOG(kLogErr, "Couldn't get container for URL %@: %@", folder, error);
     return nullptr;
@@ -167,11 +166,5 @@ std::size_t NavController::numFoldersInURLArray(const std::vector<platform::URL>
   }
   return 0;
 }
-
-// The flows behind the toolbar's New Folder and Move buttons (the new-folder
-// prompt, the move target picker) are not written yet; the buttons are wired
-// here and do nothing.
-void NavController::promtForNewFolderAndCreate() {}
-void NavController::showMoveTargetForSelectedItems() {}
 
 }  // namespace velune

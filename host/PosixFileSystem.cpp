@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "host/FileIO.h"
+#include "host/PosixDirectoryEnumerator.h"
 #include "host/drive/FileOperations.h"
 
 namespace velune::host {
@@ -93,6 +94,12 @@ platform::Result<std::vector<std::string>> PosixFileSystem::contentsOfDirectoryA
     return Error::fromErrno(error, path, false);
   }
   return names;
+}
+
+std::unique_ptr<platform::DirectoryEnumerator> PosixFileSystem::enumeratorAtURL(
+    const platform::URL& url, platform::DirectoryEnumerationOptions options,
+    platform::DirectoryEnumerationErrorHandler errorHandler) {
+  return std::make_unique<PosixDirectoryEnumerator>(url, options, std::move(errorHandler));
 }
 
 std::vector<platform::URL> PosixFileSystem::documentDirectoryURLs() {

@@ -23,6 +23,9 @@ class PosixFileSystem : public platform::FileSystem {
   std::optional<platform::Error> removeItemAtPath(const std::string& path) override;
   std::optional<platform::Error> evictUbiquitousItemAtURL(const platform::URL& url) override;
   platform::Result<std::vector<std::string>> contentsOfDirectoryAtPath(const std::string& path) override;
+  std::unique_ptr<platform::DirectoryEnumerator> enumeratorAtURL(
+      const platform::URL& url, platform::DirectoryEnumerationOptions options,
+      platform::DirectoryEnumerationErrorHandler errorHandler) override;
   std::vector<platform::URL> documentDirectoryURLs() override;
 
  private:

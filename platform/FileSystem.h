@@ -8,11 +8,13 @@
 // here to items of the drive are mirrored to the cloud by the host.
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/Date.h"
+#include "platform/DirectoryEnumerator.h"
 #include "platform/Error.h"
 #include "platform/Result.h"
 #include "platform/URL.h"
@@ -48,6 +50,12 @@ class FileSystem {
   virtual std::optional<Error> evictUbiquitousItemAtURL(const URL& url) = 0;
   // The names in a folder, hidden ones included, in no particular order.
   virtual Result<std::vector<std::string>> contentsOfDirectoryAtPath(const std::string& path) = 0;
+  // The entries of the folder at `url` (see DirectoryEnumerator). A folder
+  // that cannot be read is told to `errorHandler` when the enumerator comes
+  // to it, not here. On the drive, a cloud-only document has no file of its
+  // own: only its hidden placeholder is there.
+  virtual std::unique_ptr<DirectoryEnumerator> enumeratorAtURL(const URL& url, DirectoryEnumerationOptions options,
+                                                               DirectoryEnumerationErrorHandler errorHandler) = 0;
   // The user's documents directories, most important first (may be empty).
   virtual std::vector<URL> documentDirectoryURLs() = 0;
 };

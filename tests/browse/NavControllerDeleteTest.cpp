@@ -6,9 +6,9 @@
 namespace velune {
 namespace {
 
+using testing::clearLogs;
 using testing::countOf;
 using testing::linesStartingWith;
-using testing::clearLogs;
 using testing::loggedAt;
 
 class NavControllerDeleteTest : public testing::EditingTestCase {
@@ -167,8 +167,9 @@ TEST_F(NavControllerDeleteTest, RowAction_DeletesOneItemAnchoredAtTheRowAndCalls
                                             fileURL(drive_ + "/C.txt"), row, [&completions] { ++completions; });
   auto sheet = presentedAlert();
   ASSERT_TRUE(sheet);
-  EXPECT_EQ(sheet->message(),
-            "\"C.txt\" will be permanently deleted from Velune Drive on all your devices. This action cannot be undone.");
+  EXPECT_EQ(
+      sheet->message(),
+      "\"C.txt\" will be permanently deleted from Velune Drive on all your devices. This action cannot be undone.");
   const auto& popover = sheet->popoverPresentationController();
   EXPECT_EQ(popover.sourceView(), row);
   EXPECT_EQ(popover.sourceRect(), ui::Rect(0, 22, 300, 0));

@@ -3,9 +3,9 @@
 namespace velune {
 namespace {
 
+using testing::clearLogs;
 using testing::countOf;
 using testing::linesStartingWith;
-using testing::clearLogs;
 using testing::loggedAt;
 
 class NavControllerEditModeTest : public testing::EditingTestCase {
@@ -112,8 +112,8 @@ TEST_F(NavControllerEditModeTest, NewFolderAndMove_FollowTheContainersFolderDept
   clearLogs();
   ASSERT_TRUE(tapSelect());
   EXPECT_TRUE(newFolderEnabled());
-  EXPECT_TRUE(loggedAt(kLogDebug,
-                       "Container com.vorlan.lumiboard supports one folder. File is depth 0. Enabling new folder button"));
+  EXPECT_TRUE(loggedAt(
+      kLogDebug, "Container com.vorlan.lumiboard supports one folder. File is depth 0. Enabling new folder button"));
   ASSERT_TRUE(tapRow(folderURL(board_ + "/Mood.board")));
   ASSERT_TRUE(tapRow(fileURL(board_ + "/Sky.png")));
   settle();
@@ -127,8 +127,8 @@ TEST_F(NavControllerEditModeTest, NewFolderAndMove_FollowTheContainersFolderDept
   clearLogs();
   ASSERT_TRUE(tapSelect());
   EXPECT_FALSE(newFolderEnabled());
-  EXPECT_TRUE(loggedAt(kLogDebug,
-                       "Container com.vorlan.lumiboard supports one folder. File is depth 1. Disabling new folder button"));
+  EXPECT_TRUE(loggedAt(
+      kLogDebug, "Container com.vorlan.lumiboard supports one folder. File is depth 1. Disabling new folder button"));
   ASSERT_TRUE(tapCancel());
   nav_->popViewControllerAnimated(false);
   nav_->popViewControllerAnimated(false);
@@ -154,16 +154,15 @@ TEST_F(NavControllerEditModeTest, NewFolderAndMove_FollowTheContainersFolderDept
 }
 
 TEST_F(NavControllerEditModeTest, UnknownDepthOption_DisablesNewFolderWithAWarning) {
-  testing::DriveTestHome::writeRaw(
-      home_.layout().containersJson(),
-      R"({"containers": [{"identifier": "com.vorlan.drive", "name": "Velune Drive"},
+  testing::DriveTestHome::writeRaw(home_.layout().containersJson(),
+                                   R"({"containers": [{"identifier": "com.vorlan.drive", "name": "Velune Drive"},
           {"identifier": "com.vorlan.Drillrun", "name": "Drillrun", "folderDepth": "two"}]})");
   launch();
   openFolder(folderURL(drill_));
   ASSERT_TRUE(tapSelect());
   EXPECT_FALSE(newFolderEnabled());
-  EXPECT_TRUE(loggedAt(kLogWarning,
-                       "Container com.vorlan.Drillrun has unknown depth option two. Disabling new folder button"));
+  EXPECT_TRUE(
+      loggedAt(kLogWarning, "Container com.vorlan.Drillrun has unknown depth option two. Disabling new folder button"));
   ASSERT_TRUE(tapRow(folderURL(drill_ + "/Warmups")));
   settle();
   EXPECT_FALSE(moveEnabled()) << "folders move only where any depth is allowed";
