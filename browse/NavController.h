@@ -44,6 +44,10 @@ class FilenamePrompt;
 class PreviewItemManager;
 class QuotaFetcher;
 
+namespace platform {
+class ShareMenuController;
+}
+
 // The standard preferences key of the last account identity token seen.
 inline constexpr const char* kUbiquityIdentityTokenKey = "com.vorlan.VeluneDriveApp.UbiquityIdentityToken";
 // State restoration keys.
@@ -79,6 +83,9 @@ class NavController : public ui::NavigationStackController,
   const std::shared_ptr<PreviewItemManager>& itemManager() const { return itemManager_; }
   const std::function<void()>& performActionCompletionBlock() const { return performActionCompletionBlock_; }
   const std::shared_ptr<FilenamePrompt>& folderPromptAlert() const { return folderPromptAlert_; }
+  const std::shared_ptr<platform::ShareMenuController>& documentInteractionController() const {
+    return documentInteractionController_;
+  }
 
   // --- Stack (navigation controller core) ---
   void viewDidLoad() override;
@@ -169,6 +176,17 @@ class NavController : public ui::NavigationStackController,
   // --- Item selection and row actions (NavControllerItemActions.cpp) ---
   void documentListControllerDidSelectItemAtURL(platform::DocumentListController& listing,
                                                 const platform::URL& url) override;
+  // The item's menu: "Rename Item…" (disabled when it cannot be renamed),
+  // "Share Item…" for a document, "Move to Folder…" when its container has a
+  // folder; all disabled for a container; and "Cancel". Each ends with
+  // `completion`. Nothing is shown for an item that cannot be read.
+  void showActionsMenuFromView(const std::shared_ptr<ui::View>& view, const platform::URL& url,
+                               const std::optional<platform::URL>& presentedURL, std::function<void()> completion);
+  // The share menu for the document, pointing at the middle of `view` (this
+  // controller's own view without one). Kept in documentInteractionController().
+  void showDIC(const std::shared_ptr<ui::View>& view, const platform::URL& url, std::function<void()> completion);
+  // The rename prompt for the item; a refused name keeps it open with the error.
+  void showRenamePrompt(const platform::URL& url);
   void documentListControllerPerformAction(platform::DocumentListController& listing,
                                            platform::DocumentListRowAction action, const platform::URL& url,
                                            const std::shared_ptr<ui::View>& originatingView,
@@ -196,6 +214,7 @@ class NavController : public ui::NavigationStackController,
   std::function<void()> performActionCompletionBlock_;
   std::shared_ptr<PreviewItemManager> itemManager_;
   std::shared_ptr<FilenamePrompt> folderPromptAlert_;
+  std::shared_ptr<platform::ShareMenuController> documentInteractionController_;
 };
 
 }  // namespace velune

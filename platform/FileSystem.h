@@ -43,6 +43,10 @@ class FileSystem {
   // Creates the directory; with `withIntermediateDirectories`, also its
   // missing parents, and an existing directory is no error.
   virtual std::optional<Error> createDirectoryAtPath(const std::string& path, bool withIntermediateDirectories) = 0;
+  // Copies the file or folder at `from` to the new path `to`; never replaces
+  // (error 516 when `to` is taken). A symbolic link at `from` is refused;
+  // inside a folder, only folders and regular files are copied.
+  virtual std::optional<Error> copyItemAtPath(const std::string& from, const std::string& to) = 0;
   // Removes the item, a folder with everything in it.
   virtual std::optional<Error> removeItemAtPath(const std::string& path) = 0;
   // Drops the local copy of a downloaded cloud document, keeping it in the
