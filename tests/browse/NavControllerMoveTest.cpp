@@ -179,6 +179,9 @@ TEST_F(NavControllerMoveTest, Picker_MovesIntoTheChosenFolderUnderAFreeNameAndCo
   EXPECT_EQ(read(drill_ + "/Warmups/Sprint.txt"), "older");
   EXPECT_EQ(read(drill_ + "/Warmups/Sprint 2.txt"), "new");
   EXPECT_FALSE(exists(drill_ + "/Sprint.txt"));
+  for (const auto& url : top()->containedItems()) {
+    EXPECT_NE(url.lastPathComponent(), "Sprint.txt") << "the listing follows the move";
+  }
   auto alert = presentedAlert();
   ASSERT_TRUE(alert);
   EXPECT_EQ(alert->alertTitle(), "2 items could not be moved");
