@@ -1,7 +1,6 @@
 #include "host/HomeLayout.h"
 
 #include <sys/stat.h>
-
 #include <unistd.h>
 
 #include <cstdlib>
@@ -18,7 +17,7 @@ HomeLayout::HomeLayout(std::string root) : root_(std::move(root)) {
 }
 
 std::optional<platform::Error> HomeLayout::ensureSkeleton() const {
-  for (const std::string& folder : {root_, mobileDocuments(), cloud(), appData(), logsDirectory()}) {
+  for (const std::string& folder : {root_, mobileDocuments(), cloud(), appData(), appDocuments(), logsDirectory()}) {
     if (auto error = makeDirectories(folder)) {
       return error;
     }

@@ -27,6 +27,8 @@ class HomeLayout {
   std::string mobileDocuments() const { return root_ + "/Mobile Documents"; }
   std::string cloud() const { return root_ + "/cloud"; }
   std::string appData() const { return root_ + "/app-data"; }
+  // The application's own documents folder, outside the drive.
+  std::string appDocuments() const { return appData() + "/Documents"; }
   // The app's standard preferences (not its container's domain).
   std::string standardPreferences() const { return appData() + "/Library/Preferences/standard.json"; }
   std::string containerDataRoot(const std::string& bundleIdentifier) const {

@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "host/FileIO.h"
+#include "host/PosixDirectoryEnumerator.h"
 #include "host/drive/FileOperations.h"
 
 namespace velune::host {
@@ -93,6 +94,27 @@ platform::Result<std::vector<std::string>> PosixFileSystem::contentsOfDirectoryA
     return Error::fromErrno(error, path, false);
   }
   return names;
+}
+
+std::optional<Error> PosixFileSystem::copyItemAtPath(const std::string& from, const std::string& to) {
+  struct stat info {};
+  if (::lstat(from.c_str(), &info) != 0) {
+    return Error::fromErrno(errno, from, false);
+  }
+  if (S_ISLNK(info.st_mode)) {
+    return Error::fromErrno(ELOOP, from, false);
+  }
+  FileOperations operations;
+  if (const int error = operations.copyItem(from, to, false)) {
+    return Error::fromErrno(error, to, true);
+  }
+  return std::nullopt;
+}
+
+std::unique_ptr<platform::DirectoryEnumerator> PosixFileSystem::enumeratorAtURL(
+    const platform::URL& url, platform::DirectoryEnumerationOptions options,
+    platform::DirectoryEnumerationErrorHandler errorHandler) {
+  return std::make_unique<PosixDirectoryEnumerator>(url, options, std::move(errorHandler));
 }
 
 std::vector<platform::URL> PosixFileSystem::documentDirectoryURLs() {

@@ -20,9 +20,13 @@ class PosixFileSystem : public platform::FileSystem {
   platform::Result<platform::FileAttributes> attributesOfItemAtPath(const std::string& path) override;
   std::optional<platform::Error> createDirectoryAtPath(const std::string& path,
                                                        bool withIntermediateDirectories) override;
+  std::optional<platform::Error> copyItemAtPath(const std::string& from, const std::string& to) override;
   std::optional<platform::Error> removeItemAtPath(const std::string& path) override;
   std::optional<platform::Error> evictUbiquitousItemAtURL(const platform::URL& url) override;
   platform::Result<std::vector<std::string>> contentsOfDirectoryAtPath(const std::string& path) override;
+  std::unique_ptr<platform::DirectoryEnumerator> enumeratorAtURL(
+      const platform::URL& url, platform::DirectoryEnumerationOptions options,
+      platform::DirectoryEnumerationErrorHandler errorHandler) override;
   std::vector<platform::URL> documentDirectoryURLs() override;
 
  private:

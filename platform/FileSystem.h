@@ -8,11 +8,13 @@
 // here to items of the drive are mirrored to the cloud by the host.
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/Date.h"
+#include "platform/DirectoryEnumerator.h"
 #include "platform/Error.h"
 #include "platform/Result.h"
 #include "platform/URL.h"
@@ -41,6 +43,10 @@ class FileSystem {
   // Creates the directory; with `withIntermediateDirectories`, also its
   // missing parents, and an existing directory is no error.
   virtual std::optional<Error> createDirectoryAtPath(const std::string& path, bool withIntermediateDirectories) = 0;
+  // Copies the file or folder at `from` to the new path `to`; never replaces
+  // (error 516 when `to` is taken). A symbolic link at `from` is refused;
+  // inside a folder, only folders and regular files are copied.
+  virtual std::optional<Error> copyItemAtPath(const std::string& from, const std::string& to) = 0;
   // Removes the item, a folder with everything in it.
   virtual std::optional<Error> removeItemAtPath(const std::string& path) = 0;
   // Drops the local copy of a downloaded cloud document, keeping it in the
@@ -48,6 +54,12 @@ class FileSystem {
   virtual std::optional<Error> evictUbiquitousItemAtURL(const URL& url) = 0;
   // The names in a folder, hidden ones included, in no particular order.
   virtual Result<std::vector<std::string>> contentsOfDirectoryAtPath(const std::string& path) = 0;
+  // The entries of the folder at `url` (see DirectoryEnumerator). A folder
+  // that cannot be read is told to `errorHandler` when the enumerator comes
+  // to it, not here. On the drive, a cloud-only document has no file of its
+  // own: only its hidden placeholder is there.
+  virtual std::unique_ptr<DirectoryEnumerator> enumeratorAtURL(const URL& url, DirectoryEnumerationOptions options,
+                                                               DirectoryEnumerationErrorHandler errorHandler) = 0;
   // The user's documents directories, most important first (may be empty).
   virtual std::vector<URL> documentDirectoryURLs() = 0;
 };

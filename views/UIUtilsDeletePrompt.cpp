@@ -3,6 +3,7 @@
 
 #include "diag/DRLogging.h"
 #include "model/DRItem.h"
+#include "platform/ActionSheet.h"
 #include "platform/Localization.h"
 #include "platform/MainThread.h"
 #include "platform/ui/AlertController.h"
@@ -57,7 +58,7 @@ void UIUtils::showDeleteWarningAlert(const std::vector<platform::URL>& urls, boo
     return;
   }
 
-  auto sheet = ui::AlertController::make(std::string(), *message, ui::AlertControllerStyle::ActionSheet);
+  auto sheet = platform::ActionSheet::make(std::string(), *message);
   auto shared = std::make_shared<DeleteCompletion>(std::move(completion));
   sheet->addAction(ui::AlertAction::make(localized("Delete from Velune Drive"), ui::AlertActionStyle::Destructive,
                                          [shared](ui::AlertAction& action) {
@@ -66,23 +67,18 @@ void UIUtils::showDeleteWarningAlert(const std::vector<platform::URL>& urls, boo
                                              (*shared)(&action, false);
                                            }
                                          }));
-  sheet->addAction(ui::AlertAction::make(localized("Cancel"), ui::AlertActionStyle::Cancel,
-                                         [shared](ui::AlertAction& action) {
-                                           DRLOG(kLogInfo, "Delete: Cancel pressed");
-                                           if (*shared) {
-                                             (*shared)(&action, true);
-                                           }
-                                         }));
+  sheet->addAction(
+      ui::AlertAction::make(localized("Cancel"), ui::AlertActionStyle::Cancel, [shared](ui::AlertAction& action) {
+        DRLOG(kLogInfo, "Delete: Cancel pressed");
+        if (*shared) {
+          (*shared)(&action, true);
+        }
+      }));
 
-  auto& popover = sheet->popoverPresentationController();
   if (usingView) {
-    const ui::Rect bounds = usingView->bounds();
-    popover.setSourceView(usingView);
-    popover.setSourceRect(ui::Rect(bounds.minX(), bounds.midY(), bounds.width(), 0));
-    popover.setPermittedArrowDirections(ui::PopoverPresentationController::kArrowLeft |
-                                        ui::PopoverPresentationController::kArrowRight);
+    platform::ActionSheet::anchorToView(*sheet, usingView);
   } else {
-    popover.setBarButtonItem(usingButton);
+    platform::ActionSheet::anchorToBarButtonItem(*sheet, usingButton);
   }
   // Over what the screen already presents, if anything.
   const auto presenter = topmostPresenter(viewController);

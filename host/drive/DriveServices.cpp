@@ -20,7 +20,7 @@ DriveServices DriveServices::make(const HomeLayout& layout) {
   out.drive = std::make_shared<Drive>(layout);
   out.containers = std::make_shared<ContainerRegistry>(layout.containersJson(), out.drive->root());
   out.types = std::make_shared<BuiltinTypeRegistry>();
-  out.fileSystem = std::make_shared<DriveFileSystem>(out.drive, layout.appData() + "/Documents");
+  out.fileSystem = std::make_shared<DriveFileSystem>(out.drive, layout.appDocuments());
   out.resources = std::make_shared<HostURLResourceService>(out.drive, out.types);
   out.coordination = std::make_shared<HostFileCoordinationService>(out.drive);
   out.sync = std::make_shared<SyncEngine>(out.drive, SyncEngine::deviceConditions(layout.deviceJson()));

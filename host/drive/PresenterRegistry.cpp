@@ -2,10 +2,10 @@
 
 #include <condition_variable>
 
-#include "platform/Log.h"
 #include "host/drive/DrivePaths.h"
 #include "host/drive/HostSyncURLService.h"
 #include "platform/DispatchQueue.h"
+#include "platform/Log.h"
 #include "platform/OperationQueue.h"
 #include "platform/TimerService.h"
 
@@ -107,6 +107,14 @@ void PresenterRegistry::itemChanged(const std::string& path, const FilePresenter
 void PresenterRegistry::itemMoved(const std::string& from, const std::string& to, const FilePresenter* excluding) {
   for (const auto& [presenter, presented] : presentedPaths(excluding)) {
     if (!isSameOrInside(presented, from)) {
+      // A folder the item left or came into has a changed subitem, at the
+      // old place and at the new one.
+      for (const std::string* end : {&from, &to}) {
+        if (isSameOrInside(*end, presented)) {
+          const URL changed = URL::fileURLWithPath(*end, false);
+          deliver(presenter, [changed](FilePresenter& p) { p.presentedSubitemDidChangeAtURL(changed); });
+        }
+      }
       continue;
     }
     const std::string newPath = to + presented.substr(from.size());
@@ -128,14 +136,14 @@ void PresenterRegistry::itemDeleted(const std::string& path, const FilePresenter
   // told, so that once one has its notice the limit is already running.
   std::optional<platform::TimerService::Id> limit;
   if (waitForPresenters) {
-    limit = platform::TimerService::shared().schedule(
-        platform::Clock::current().monotonicNow() + kAccommodationTimeout, [waiter] {
-          {
-            std::lock_guard lock(waiter->mutex);
-            waiter->timedOut = true;
-          }
-          waiter->done.notify_all();
-        });
+    limit = platform::TimerService::shared().schedule(platform::Clock::current().monotonicNow() + kAccommodationTimeout,
+                                                      [waiter] {
+                                                        {
+                                                          std::lock_guard lock(waiter->mutex);
+                                                          waiter->timedOut = true;
+                                                        }
+                                                        waiter->done.notify_all();
+                                                      });
   }
   auto finished = [waiter] {
     {

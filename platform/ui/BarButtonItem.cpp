@@ -2,6 +2,7 @@
 
 #include "platform/Format.h"
 #include "platform/MainThread.h"
+#include "platform/ui/Control.h"
 #include "platform/ui/View.h"
 #include "platform/ui/ModelChanges.h"
 
@@ -46,6 +47,11 @@ void BarButtonItem::setEnabled(bool enabled) {
   VELUNE_ASSERT_MAIN_THREAD();
   ModelChanges::noteChanged();
   enabled_ = enabled;
+  // A custom control answers taps itself: it follows the item, so that a
+  // disabled item neither takes a tap nor is drawn as if it would.
+  if (auto* control = dynamic_cast<Control*>(customView_.get())) {
+    control->setEnabled(enabled);
+  }
 }
 
 bool BarButtonItem::tap() {

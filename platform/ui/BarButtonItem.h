@@ -1,7 +1,8 @@
 #pragma once
 // BarButtonItem: an item of a navigation bar or a toolbar: a system item
 // (spaces, cancel, action, trash, organize...), a plain title, or a custom
-// view. tap() runs its action when it is enabled; spaces do nothing.
+// view. tap() runs its action when it is enabled; spaces do nothing. A
+// custom view that is a control is enabled and disabled with the item.
 
 #include <functional>
 #include <memory>

@@ -241,6 +241,8 @@ TEST_F(HostFileCoordinatorTest, PresentersHearOfMovesOnceAndOnTheirOwnQueue) {
   const std::string file = home_.writeDocument(home_.documents() + "/Moving.txt", "m");
   const std::string folder = home_.makeFolder(home_.documents() + "/There");
   auto presenter = present(URL::fileURLWithPath(file, false));
+  auto left = present(URL::fileURLWithPath(home_.documents(), true));
+  auto entered = present(URL::fileURLWithPath(folder, true));
   auto coordinator = coordination().makeCoordinator();
   const URL from = URL::fileURLWithPath(file, false);
   const URL to = URL::fileURLWithPath(folder + "/Moving.txt", false);
@@ -254,14 +256,24 @@ TEST_F(HostFileCoordinatorTest, PresentersHearOfMovesOnceAndOnTheirOwnQueue) {
   // The file system's own notice of the rename is not told a second time.
   EXPECT_EQ(presenter->notices(), std::vector<std::string>{"moved to " + folder + "/Moving.txt"});
   EXPECT_TRUE(presenter->allOnOwnQueue());
+  // Regression: the folders the item left and entered were not told, so a
+  // listing of either kept showing what was there before the move.
+  settle({left, entered});
+  EXPECT_EQ(left->notices(), (std::vector<std::string>{"subitem changed " + file,
+                                                       "subitem changed " + folder + "/Moving.txt"}));
+  EXPECT_EQ(entered->notices(), std::vector<std::string>{"subitem changed " + folder + "/Moving.txt"});
+  left->clear();
+  entered->clear();
 
   // An announced move that did not happen is not told.
   presenter->clear();
   coordinator->coordinateWritingItemAtURL(
       to, platform::kWritingForMoving, from, platform::kWritingForReplacing,
       [&](const URL& a, const URL& b) { coordinator->itemAtURLWillMoveToURL(a, b); });
-  settle({presenter});
+  settle({presenter, left, entered});
   EXPECT_TRUE(presenter->notices().empty());
+  EXPECT_TRUE(left->notices().empty());
+  EXPECT_TRUE(entered->notices().empty());
 }
 
 TEST_F(HostFileCoordinatorTest, DeletionIsAccommodatedBeforeTheItemGoes) {

@@ -173,6 +173,40 @@ TEST_F(ScreenSnapshotTest, NavigationStack_BarsShowTitlesBackButtonAndItemFrames
   EXPECT_FALSE(rootBar->contains("back")) << "the root has nothing to go back to";
 }
 
+// Regression: a toolbar item made of a button was drawn and tapped as enabled
+// after the item itself had been disabled.
+TEST_F(ScreenSnapshotTest, Toolbar_ADisabledCustomButtonItemIsDrawnDisabledAndTakesNoTap) {
+  auto screen = std::make_shared<ui::ViewController>();
+  int taps = 0;
+  auto button = ui::Button::buttonWithType(ui::ButtonType::System);
+  button->setTitle("Move", ui::ControlState::Normal);
+  button->sizeToFit();
+  button->addAction(ui::ControlEvent::TouchUpInside, [&taps](ui::Control&) { ++taps; });
+  auto move = ui::BarButtonItem::withCustomView(button);
+  screen->setToolbarItems({move});
+  auto stack = ui::NavigationStackController::make(screen);
+  stack->setToolbarHidden(false, false);
+  auto window = testing::showInWindow(stack);
+  testing::runMainUntilIdle();
+
+  move->setEnabled(false);
+  json snap = snapshot(window);
+  const json* drawn = findNode(snap["window"], button->identifier());
+  ASSERT_NE(drawn, nullptr);
+  EXPECT_EQ((*drawn)["enabled"], false);
+  EXPECT_FALSE(hasAction(*drawn, "tap"));
+  EXPECT_FALSE(button->tap());
+
+  move->setEnabled(true);
+  snap = snapshot(window);
+  drawn = findNode(snap["window"], button->identifier());
+  ASSERT_NE(drawn, nullptr);
+  EXPECT_FALSE(drawn->contains("enabled"));
+  EXPECT_TRUE(hasAction(*drawn, "tap"));
+  EXPECT_TRUE(button->tap());
+  EXPECT_EQ(taps, 1);
+}
+
 TEST_F(ScreenSnapshotTest, ActionSheetOnTablet_CarriesActionsAndItsPopoverAnchor) {
   testing::installDevice(ui::Size{820, 1180}, 2, ui::UserInterfaceIdiom::Tablet);
   auto root = std::make_shared<ui::ViewController>();
