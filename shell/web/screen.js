@@ -27,7 +27,42 @@
   let pending = null;        // a frame waiting for the next animation frame
 
   // --- Sending input ---
-  async function send(event) {
+  // One event at a time, each after the app has applied the one before: sent
+  // side by side, text typed into a prompt could reach the app after the tap
+  // on its Done button (the server's threads race to the main queue).
+  let sending = Promise.resolve();
+  // Text typed into a field goes shortly after the last keystroke; any other
+  // input sends it first, so a tap on Done acts on what was typed.
+  const typing = new Map();  // field identifier -> { timer, field }
+  function typed(field) {
+    const waiting = typing.get(field.dataset.id);
+    if (waiting) clearTimeout(waiting.timer);
+    typing.set(field.dataset.id, {
+      field,
+      timer: setTimeout(() => {
+        typing.delete(field.dataset.id);
+        send({ type: "type", target: field.dataset.id, text: field.value });
+      }, 60),
+    });
+  }
+  function sendTyping() {
+    for (const [id, waiting] of typing) {
+      clearTimeout(waiting.timer);
+      typing.delete(id);
+      enqueue({ type: "type", target: id, text: waiting.field.value });
+    }
+  }
+  function send(event) {
+    if (event.type !== "type") sendTyping();
+    return enqueue(event);
+  }
+  function enqueue(event) {
+    const sent = sending.then(() => post(event));
+    sending = sent.catch(() => false);
+    return sent;
+  }
+
+  async function post(event) {
     state.lastEventSent = performance.now();
     try {
       const response = await fetch("/api/event", {
@@ -116,18 +151,12 @@
         el.type = "text";
         el.spellcheck = false;
         el.autocomplete = "off";
-        let timer = null;
-        el.addEventListener("input", () => {
-          clearTimeout(timer);
-          // The field's whole text, shortly after the last keystroke.
-          timer = setTimeout(() => send({ type: "type", target: el.dataset.id, text: el.value }), 60);
-        });
-        el.addEventListener("keydown", async (e) => {
+        // The field's whole text, shortly after the last keystroke.
+        el.addEventListener("input", () => typed(el));
+        el.addEventListener("keydown", (e) => {
           if (e.key === "Enter") {
             e.preventDefault();
-            clearTimeout(timer);
-            await send({ type: "type", target: el.dataset.id, text: el.value });
-            send({ type: "return", target: el.dataset.id });
+            send({ type: "return", target: el.dataset.id });  // after the text still waiting
           }
         });
         el.addEventListener("focus", () => send({ type: "tap", target: el.dataset.id }));
@@ -441,7 +470,7 @@
     } else if (node.kind === "TextField") {
       el.className = "v field";
       fontOf(el, node.font);
-      if (document.activeElement !== el && el.value !== node.text) el.value = node.text;
+      if (document.activeElement !== el && !typing.has(node.id) && el.value !== node.text) el.value = node.text;
       el.placeholder = node.placeholder || "";
       el.disabled = node.enabled === false;
       el.enterKeyHint = "done";
@@ -590,7 +619,10 @@
         state.seen.set(fieldId, input);
         input.className = "";
         input.style.cssText = "";
-        if (document.activeElement !== input && input.value !== fieldNode.text) input.value = fieldNode.text || "";
+        // Text typed and not yet sent is newer than the model's.
+        if (document.activeElement !== input && !typing.has(fieldId) && input.value !== fieldNode.text) {
+          input.value = fieldNode.text || "";
+        }
         input.placeholder = fieldNode.placeholder || "";
         input.setAttribute("aria-label", fieldNode.placeholder || alert.title || "Name");
         t.appendChild(input);

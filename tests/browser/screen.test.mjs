@@ -5,6 +5,7 @@
 // VELUNE_UPDATE_SCREENSHOTS=1 also writes the screenshots of docs/.
 import assert from "node:assert/strict";
 import fs from "node:fs";
+import os from "node:os";
 import path from "node:path";
 import { after, before, describe, test } from "node:test";
 import { closeCleanly, imagesLoaded, phoneState, projectRoot, startApp, startBrowser, waitForFrame } from "./support.mjs";
@@ -136,12 +137,15 @@ describe("screen", () => {
 
 describe("restart", () => {
   test("a page open across a restart asks for the new address and then works again", async () => {
-    let app = await startApp();
+    // The test's own home, so that it outlives the first run of the app.
+    const scratch = fs.mkdtempSync(path.join(os.tmpdir(), "velune-home-"));
+    const home = path.join(scratch, "home");
+    let app = await startApp({ home });
     const browser = await startBrowser();
     try {
       await browser.page.goto(app.url);
       await waitForFrame(browser.page);
-      const { home, port } = app;
+      const { port } = app;
       assert.equal(await app.stop(), 0);
       app = await startApp({ home, port });
       await browser.page.getByLabel("Address printed by the app").waitFor({ timeout: 20000 });
@@ -152,6 +156,7 @@ describe("restart", () => {
     } finally {
       await browser.close();
       await app.stop();
+      fs.rmSync(scratch, { recursive: true, force: true });
     }
   });
 });

@@ -15,7 +15,13 @@ const chromiumPath = process.env.VELUNE_CHROMIUM || "/usr/bin/chromium";
 // Starts the app on `home` (by default a new one, which the app makes with
 // the demo drive) and resolves when it printed the screen's address.
 export function startApp({ home, port = 0 } = {}) {
-  home = home || path.join(fs.mkdtempSync(path.join(os.tmpdir(), "velune-home-")), "home");
+  // A home made here goes when the app has stopped (VELUNE_KEEP_HOMES=1
+  // keeps it, with the app's log, for a look after a failure); one given is kept.
+  const madeHere = home ? null : fs.mkdtempSync(path.join(os.tmpdir(), "velune-home-"));
+  home = home || path.join(madeHere, "home");
+  const removeHome = () => {
+    if (madeHere && !process.env.VELUNE_KEEP_HOMES) fs.rmSync(madeHere, { recursive: true, force: true });
+  };
   const child = spawn(appBinary, ["--home", home, "--port", String(port), "--system-log", "file"], {
     stdio: ["ignore", "pipe", "pipe"],
     env: { ...process.env, ASAN_OPTIONS: process.env.ASAN_OPTIONS || "detect_leaks=0" },
@@ -33,8 +39,9 @@ export function startApp({ home, port = 0 } = {}) {
           home, url: match[1], port: Number(match[2]), token: match[3], process: child,
           stderr: () => stderr,
           stop: () => new Promise((done) => {
-            if (child.exitCode !== null) return done(child.exitCode);
-            child.once("exit", (code) => done(code));
+            const finish = (code) => { removeHome(); done(code); };
+            if (child.exitCode !== null) return finish(child.exitCode);
+            child.once("exit", (code) => finish(code));
             child.kill("SIGINT");
           }),
         });
