@@ -7,7 +7,8 @@
 #  3. clang build with warnings as errors and the thread sanitizer: every
 #     suite too (the model and view suites drive the real coordinator,
 #     watchers and log queue);
-#  4. the fuzz targets (clang, libFuzzer), each for a bounded time.
+#  4. the fuzz targets (clang, libFuzzer), each for a bounded time: the
+#     screen's event parser, and the file-name rule held against ICU.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
@@ -39,5 +40,11 @@ corpus="$(mktemp -d)"
 trap 'rm -rf "$corpus"' EXIT
 build/fuzz/shell/velune_screen_event_fuzzer -max_total_time="${VELUNE_FUZZ_SECONDS:-60}" -max_len=70000 \
   -rss_limit_mb=2048 -print_final_stats=0 "$corpus" shell/fuzz/corpus 2>&1 | tail -n 3
+
+step "fuzzing the file-name rule against ICU (${VELUNE_FUZZ_SECONDS:-60} s)"
+names="$(mktemp -d)"
+trap 'rm -rf "$corpus" "$names"' EXIT
+build/fuzz/model/velune_filename_fuzzer -max_total_time="${VELUNE_FUZZ_SECONDS:-60}" -max_len=256 \
+  -rss_limit_mb=2048 -print_final_stats=0 "$names" model/fuzz/corpus 2>&1 | tail -n 3
 
 step "all tests passed"
