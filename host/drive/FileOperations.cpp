@@ -484,7 +484,15 @@ int FileOperations::writeSparseFile(const std::string& path, std::uint64_t size,
 }
 
 int FileOperations::copyItem(const std::string& from, const std::string& to, bool replace) {
-  if (const int fault = injected("copy", to)) {
+  std::string temporary;
+  if (const int error = copyToTemporary(from, to, temporary)) {
+    return error;
+  }
+  return installCopy(temporary, to, replace);
+}
+
+int FileOperations::copyToTemporary(const std::string& from, const std::string& besidePath, std::string& temporaryPath) {
+  if (const int fault = injected("copy", besidePath)) {
     return fault;
   }
   Place source;
@@ -497,18 +505,27 @@ int FileOperations::copyItem(const std::string& from, const std::string& to, boo
     sourceInsideRoot = sourceInsideRoot || (relative && !relative->empty());
   }
   Place target;
-  if (const int error = place(to, target)) {
+  if (const int error = place(besidePath, target)) {
     return error;
   }
-  Place temporary;
-  temporary.folder = UniqueFd(::dup(target.folder.get()));
-  temporary.name = newTemporaryName();
-  if (!temporary.folder.valid()) {
-    return errno;
+  const std::string name = newTemporaryName();
+  if (const int error = copyTreeAt(source.folder.get(), source.name, !sourceInsideRoot, target.folder.get(), name)) {
+    removeAt(target.folder.get(), name);
+    return error;
   }
-  if (const int error =
-          copyTreeAt(source.folder.get(), source.name, !sourceInsideRoot, temporary.folder.get(), temporary.name)) {
-    removeAt(temporary.folder.get(), temporary.name);
+  temporaryPath = joinPath(splitParent(besidePath).first, name);
+  return 0;
+}
+
+int FileOperations::installCopy(const std::string& temporaryPath, const std::string& to, bool replace) {
+  Place temporary;
+  Place target;
+  int error = place(temporaryPath, temporary);
+  if (error == 0) {
+    error = place(to, target);
+  }
+  if (error != 0) {
+    removeTree(temporaryPath);
     return error;
   }
   struct stat info {};
@@ -518,19 +535,19 @@ int FileOperations::copyItem(const std::string& from, const std::string& to, boo
     Place old;
     old.folder = UniqueFd(::dup(target.folder.get()));
     old.name = newTemporaryName();
-    if (const int error = renameAt(target, old, true)) {
+    if (const int failed = renameAt(target, old, true)) {
       removeAt(temporary.folder.get(), temporary.name);
-      return error;
+      return failed;
     }
-    if (const int error = renameAt(temporary, target, true)) {
+    if (const int failed = renameAt(temporary, target, true)) {
       renameAt(old, target, true);
       removeAt(temporary.folder.get(), temporary.name);
-      return error;
+      return failed;
     }
     removeAt(old.folder.get(), old.name);
     return 0;
   }
-  int error = injected("rename", to);
+  error = injected("rename", to);
   if (error == 0) {
     error = renameAt(temporary, target, replace);
   }
