@@ -107,6 +107,8 @@ class FileOperations {
   int place(const std::string& path, Place& out);
   int injected(std::string_view operation, const std::string& path);
   int renameAt(const Place& from, const Place& to, bool replace);
+  // The fault check of a rename to `to`, then where both of its paths are.
+  int placeRename(const std::string& from, const std::string& to, Place& source, Place& destination);
   // Writes a flushed temporary file with `fill`, then renames it into place.
   int writeThroughTemporary(const std::string& path, bool replace, const std::function<int(int fd)>& fill);
 
