@@ -35,6 +35,7 @@
 #include <vector>
 
 #include "MedianTimesReporter.h"
+#include "NullLogs.h"
 #include "diag/DRLogging.h"
 #include "host/HomeLayout.h"
 #include "host/InProcessNotificationService.h"
@@ -60,25 +61,6 @@ extern char** environ;
 namespace {
 
 constexpr std::size_t kDocumentBytes = 200'000'000;
-
-class NullSystemLog final : public velune::platform::SystemLog {
- public:
-  Client* open(const char*, std::string_view, std::uint32_t) override { return &client_; }
-  void close(Client*) override {}
-  void setFilterMask(Client*, std::uint32_t) override {}
-  std::unique_ptr<velune::platform::SystemLogRecord> newRecord() override {
-    return std::make_unique<velune::platform::SystemLogRecord>();
-  }
-  void send(Client*, const velune::platform::SystemLogRecord&) override {}
-
- private:
-  Client client_;
-};
-
-class NullConsoleLog final : public velune::platform::ConsoleLog {
- public:
-  void write(std::string_view) override {}
-};
 
 class BenchHome {
  public:
@@ -133,8 +115,8 @@ class BenchHome {
     services = velune::host::DriveServices::make(layout);
     services.sync->setConditionsProvider([] { return velune::host::DownloadConditions{}; });
     velune::platform::Services installed;
-    installed.systemLog = std::make_shared<NullSystemLog>();
-    installed.consoleLog = std::make_shared<NullConsoleLog>();
+    installed.systemLog = std::make_shared<velune::bench::NullSystemLog>();
+    installed.consoleLog = std::make_shared<velune::bench::NullConsoleLog>();
     installed.transferProgress = std::make_shared<velune::host::InProcessTransferProgressService>();
     installed.notifications = std::make_shared<velune::host::InProcessNotificationService>();
     services.wire(installed);

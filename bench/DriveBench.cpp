@@ -33,6 +33,7 @@
 #include <string>
 
 #include "MedianTimesReporter.h"
+#include "NullLogs.h"
 #include "diag/DRLogging.h"
 #include "host/HomeLayout.h"
 #include "host/drive/Drive.h"
@@ -51,26 +52,6 @@
 namespace {
 
 using velune::platform::URL;
-
-// Logs that keep nothing: the benchmarks measure the drive, not a log sink.
-class NullSystemLog final : public velune::platform::SystemLog {
- public:
-  Client* open(const char*, std::string_view, std::uint32_t) override { return &client_; }
-  void close(Client*) override {}
-  void setFilterMask(Client*, std::uint32_t) override {}
-  std::unique_ptr<velune::platform::SystemLogRecord> newRecord() override {
-    return std::make_unique<velune::platform::SystemLogRecord>();
-  }
-  void send(Client*, const velune::platform::SystemLogRecord&) override {}
-
- private:
-  Client client_;
-};
-
-class NullConsoleLog final : public velune::platform::ConsoleLog {
- public:
-  void write(std::string_view) override {}
-};
 
 void writeSmallFile(const std::string& path, const std::string& contents) {
   const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
@@ -138,8 +119,8 @@ class BenchHome {
     }
     services = velune::host::DriveServices::make(layout);
     velune::platform::Services installed;
-    installed.systemLog = std::make_shared<NullSystemLog>();
-    installed.consoleLog = std::make_shared<NullConsoleLog>();
+    installed.systemLog = std::make_shared<velune::bench::NullSystemLog>();
+    installed.consoleLog = std::make_shared<velune::bench::NullConsoleLog>();
     installed.logMarkerPath = root_ + "/no-marker";
     services.wire(installed);
     velune::platform::Platform::install(installed);

@@ -28,6 +28,7 @@
 #include <string>
 
 #include "MedianTimesReporter.h"
+#include "NullLogs.h"
 #include "app/DocumentListControllerStatusBar.h"
 #include "app/StatusBar.h"
 #include "browse/NavController.h"
@@ -54,25 +55,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using velune::platform::DocumentListController;
-
-class NullSystemLog final : public velune::platform::SystemLog {
- public:
-  Client* open(const char*, std::string_view, std::uint32_t) override { return &client_; }
-  void close(Client*) override {}
-  void setFilterMask(Client*, std::uint32_t) override {}
-  std::unique_ptr<velune::platform::SystemLogRecord> newRecord() override {
-    return std::make_unique<velune::platform::SystemLogRecord>();
-  }
-  void send(Client*, const velune::platform::SystemLogRecord&) override {}
-
- private:
-  Client client_;
-};
-
-class NullConsoleLog final : public velune::platform::ConsoleLog {
- public:
-  void write(std::string_view) override {}
-};
 
 class SignedIn final : public velune::platform::AccountService {
  public:
@@ -146,8 +128,8 @@ class BenchHome {
     }
     services_ = velune::host::DriveServices::make(layout);
     velune::platform::Services installed;
-    installed.systemLog = std::make_shared<NullSystemLog>();
-    installed.consoleLog = std::make_shared<NullConsoleLog>();
+    installed.systemLog = std::make_shared<velune::bench::NullSystemLog>();
+    installed.consoleLog = std::make_shared<velune::bench::NullConsoleLog>();
     installed.notifications = std::make_shared<velune::host::InProcessNotificationService>();
     installed.logMarkerPath = root_ + "/no-marker";
     installed.account = std::make_shared<SignedIn>();

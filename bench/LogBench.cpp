@@ -26,6 +26,7 @@
 #include <map>
 #include <string>
 
+#include "NullLogs.h"
 #include "diag/DRLogging.h"
 #include "host/SystemLogs.h"
 #include "platform/ConsoleLog.h"
@@ -33,11 +34,6 @@
 #include "platform/URL.h"
 
 namespace {
-
-class NullConsole final : public velune::platform::ConsoleLog {
- public:
-  void write(std::string_view) override {}
-};
 
 std::string scratchDirectory() {
   static const std::string dir = [] {
@@ -55,7 +51,7 @@ void installLogging() {
   static const bool installed = [] {
     velune::platform::Services services;
     services.systemLog = std::make_shared<velune::host::JsonLinesSystemLog>(scratchDirectory() + "/ours.jsonl");
-    services.consoleLog = std::make_shared<NullConsole>();
+    services.consoleLog = std::make_shared<velune::bench::NullConsoleLog>();
     services.logMarkerPath = scratchDirectory() + "/no-marker";
     velune::platform::Platform::install(services);
     velune::DRSetLogLevel(6);

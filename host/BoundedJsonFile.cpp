@@ -6,6 +6,7 @@
 #include "host/HomeJson.h"
 #include "platform/Error.h"
 #include "platform/Localization.h"
+#include "platform/PathNames.h"
 
 namespace velune::host {
 
@@ -38,7 +39,7 @@ platform::Result<nlohmann::json> readBoundedJsonFile(const std::string& path, si
   if (!text.ok()) {
     return text.error();
   }
-  return parseBoundedJson(text.value(), maxDepth, path.substr(path.rfind('/') + 1));
+  return parseBoundedJson(text.value(), maxDepth, platform::splitParent(path).second);
 }
 
 }  // namespace velune::host

@@ -15,6 +15,7 @@
 #include "host/HomeFileReader.h"
 #include "host/HomeJson.h"
 #include "host/FileIO.h"
+#include "host/FileSignature.h"
 
 namespace velune::host {
 
@@ -23,25 +24,8 @@ namespace {
 constexpr const char* kDeviceFileName = "device.json";
 constexpr int kPollIntervalMilliseconds = 500;
 
-// What polling compares: a replaced or rewritten file changes one of these.
-struct FileSignature {
-  bool exists = false;
-  ino_t inode = 0;
-  off_t size = 0;
-  std::int64_t modifiedNanoseconds = 0;
-  std::int64_t changedNanoseconds = 0;
-  bool operator==(const FileSignature&) const = default;
-};
-
-FileSignature signatureOf(const std::string& path) {
-  struct stat info {};
-  if (stat(path.c_str(), &info) != 0) {
-    return {};
-  }
-  return {true, info.st_ino, info.st_size,
-          static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec,
-          static_cast<std::int64_t>(info.st_ctim.tv_sec) * 1'000'000'000 + info.st_ctim.tv_nsec};
-}
+// device.json and app-state.json are signed by what they lead to.
+FileSignature signatureOf(const std::string& path) { return host::signatureOf(path, /*followLinks=*/true); }
 
 // One save often reaches the monitor as several events, and each makes it read
 // the file again: what is wrong with a file that has not changed since it was

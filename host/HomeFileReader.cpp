@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "platform/Localization.h"
+#include "platform/PathNames.h"
 
 namespace velune::host {
 
@@ -65,7 +66,7 @@ int readHomeFileAt(int folderFd, const std::string& name, std::size_t limit, std
 }
 
 Error homeFileError(int errorNumber, const std::string& path) {
-  const std::string name = path.substr(path.rfind('/') + 1);
+  const std::string name = platform::splitParent(path).second;
   std::string description;
   switch (errorNumber) {
     case ELOOP:

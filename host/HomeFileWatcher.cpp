@@ -12,6 +12,7 @@
 #include <cstring>
 #include <vector>
 
+#include "host/FileSignature.h"
 #include "platform/Log.h"
 
 namespace velune::host {
@@ -20,31 +21,8 @@ namespace {
 
 constexpr int kPollIntervalMilliseconds = 500;
 
-// What polling compares: a written, replaced or retyped file changes one of these.
-struct FileSignature {
-  bool exists = false;
-  dev_t device = 0;
-  ino_t inode = 0;
-  mode_t mode = 0;
-  off_t size = 0;
-  std::int64_t modifiedNanoseconds = 0;
-  std::int64_t changedNanoseconds = 0;
-  bool operator==(const FileSignature&) const = default;
-};
-
-FileSignature signatureOf(const std::string& path) {
-  struct stat info {};
-  if (::lstat(path.c_str(), &info) != 0) {
-    return {};
-  }
-  return {true,
-          info.st_dev,
-          info.st_ino,
-          info.st_mode,
-          info.st_size,
-          static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1'000'000'000 + info.st_mtim.tv_nsec,
-          static_cast<std::int64_t>(info.st_ctim.tv_sec) * 1'000'000'000 + info.st_ctim.tv_nsec};
-}
+// The watched file itself: a link put in its place is a change.
+FileSignature signatureOf(const std::string& path) { return host::signatureOf(path, /*followLinks=*/false); }
 
 }  // namespace
 

@@ -36,6 +36,11 @@ bool PosixFileSystem::fileExistsAtPath(const std::string& path, bool* isDirector
   return true;
 }
 
+bool PosixFileSystem::isNameTakenAtPath(const std::string& path) {
+  struct stat info {};
+  return !path.empty() && lstat(path.c_str(), &info) == 0;
+}
+
 platform::Result<platform::FileAttributes> PosixFileSystem::attributesOfItemAtPath(const std::string& path) {
   if (path.empty()) {
     return Error::fromErrno(ENOENT, path, false);

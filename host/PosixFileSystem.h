@@ -17,6 +17,7 @@ class PosixFileSystem : public platform::FileSystem {
   explicit PosixFileSystem(std::string documentsDirectory = {});
 
   bool fileExistsAtPath(const std::string& path, bool* isDirectory = nullptr) override;
+  bool isNameTakenAtPath(const std::string& path) override;
   platform::Result<platform::FileAttributes> attributesOfItemAtPath(const std::string& path) override;
   std::optional<platform::Error> createDirectoryAtPath(const std::string& path,
                                                        bool withIntermediateDirectories) override;

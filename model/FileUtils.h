@@ -60,6 +60,9 @@ class FileUtils {
   // --- Changes ---
 
   static bool exists(const platform::URL& url);
+  // Whether a new item cannot take the URL's name: unlike exists(), true for a
+  // cloud-only document (no file, but its name is held).
+  static bool isNameTaken(const platform::URL& url);
   static bool isFile(const platform::URL& url);
   // A package counts as a folder here.
   static bool isDir(const platform::URL& url);
@@ -73,7 +76,7 @@ class FileUtils {
                                              platform::URL* movedTo = nullptr);
   static platform::URL generateUniquePath(const platform::URL& url);
   // The first free variant "stem N.ext" (N = 2, 3, ...) of the name in the
-  // folder; nothing when the name itself is free.
+  // folder; nothing when the name itself is free. Free as isNameTaken() sees it.
   static std::optional<std::string> stringByUniquingPathInsideDirectory(const std::string& directory,
                                                                         const std::string& basename);
   static void evictDocument(const platform::URL& url);

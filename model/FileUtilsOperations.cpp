@@ -21,6 +21,10 @@ bool FileUtils::exists(const URL& url) {
   return VELUNE_SERVICE(fileSystem)->fileExistsAtPath(url.path());
 }
 
+bool FileUtils::isNameTaken(const URL& url) {
+  return VELUNE_SERVICE(fileSystem)->isNameTakenAtPath(url.path());
+}
+
 bool FileUtils::isFile(const URL& url) {
   bool isDirectory = false;
   return VELUNE_SERVICE(fileSystem)->fileExistsAtPath(url.path(), &isDirectory) && !isDirectory;
@@ -91,7 +95,8 @@ std::optional<Error> FileUtils::move(const URL& source, const URL& destinationUR
     return Error::platform(platform::ErrorCode::FeatureUnsupported);
   }
   URL destination = destinationURL;
-  if (exists(destination)) {
+  // A cloud-only document's name is taken although nothing exists there.
+  if (isNameTaken(destination)) {
     destination = generateUniquePath(destination);
     DRLOG(kLogDebug, "Avail  dest1: '%@'", destination);
   }
@@ -137,7 +142,7 @@ std::optional<std::string> FileUtils::stringByUniquingPathInsideDirectory(const 
                                                                           const std::string& basename) {
   const auto fileSystem = VELUNE_SERVICE(fileSystem);
   auto inFolder = [&](const std::string& name) { return directory + "/" + name; };
-  if (!fileSystem->fileExistsAtPath(inFolder(basename))) {
+  if (!fileSystem->isNameTakenAtPath(inFolder(basename))) {
     return std::nullopt;
   }
   const size_t slash = basename.rfind('/');
@@ -154,7 +159,7 @@ std::optional<std::string> FileUtils::stringByUniquingPathInsideDirectory(const 
   }
   for (long long n = 2;; ++n) {
     std::string candidate = platform::format("%@ %d%@", stem, n, suffix);
-    if (!fileSystem->fileExistsAtPath(inFolder(candidate))) {
+    if (!fileSystem->isNameTakenAtPath(inFolder(candidate))) {
       return candidate;
     }
   }

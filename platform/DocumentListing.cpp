@@ -18,6 +18,17 @@ namespace velune::platform {
 
 namespace {
 
+// The encoded path of the item's folder, with its slash ("/a/b/" of "/a/b/c"
+// and of "/a/b/c/"): items of one folder share it.
+std::string_view encodedFolderOf(const URL& url) {
+  std::string_view path = url.percentEncodedPath();
+  if (path.size() > 1 && path.back() == '/') {
+    path.remove_suffix(1);
+  }
+  const size_t slash = path.rfind('/');
+  return slash == std::string_view::npos ? std::string_view() : path.substr(0, slash + 1);
+}
+
 std::string withoutTrailingSlash(std::string path) {
   while (path.size() > 1 && path.back() == '/') {
     path.pop_back();
@@ -335,15 +346,18 @@ void DocumentListing::readRecords(std::uint64_t generation, const std::vector<It
     }
     std::vector<FolderListingRecord> records;
     // Runs of items of one folder (the top level mixes containers and documents).
+    // The folder is told by the encoded path (no URL made per item), and its
+    // URL made once per run.
     size_t run = begin;
     while (run < end) {
-      const URL parent = items[run].entry.url.URLByDeletingLastPathComponent();
+      const std::string_view folder = encodedFolderOf(items[run].entry.url);
       std::vector<FolderListingEntry> entries;
       size_t next = run;
-      while (next < end && items[next].entry.url.URLByDeletingLastPathComponent() == parent) {
+      while (next < end && encodedFolderOf(items[next].entry.url) == folder) {
         entries.push_back(items[next].entry);
         ++next;
       }
+      const URL parent = items[run].entry.url.URLByDeletingLastPathComponent();
       auto read = listings->recordsOfEntries(parent, entries);
       records.insert(records.end(), std::make_move_iterator(read.begin()), std::make_move_iterator(read.end()));
       run = next;

@@ -3,7 +3,8 @@
 // Everything is synchronous and callable from any thread.
 //
 // On the drive, an item that is only in the cloud has no file at its own path
-// (fileExistsAtPath() is false for it); the drive's own services
+// (fileExistsAtPath() is false for it: it has to be downloaded), yet its name
+// is taken (isNameTakenAtPath() is true); the drive's own services
 // (SyncURLService, URLResourceService) know it by its placeholder. Changes made
 // here to items of the drive are mirrored to the cloud by the host.
 
@@ -37,6 +38,11 @@ class FileSystem {
   // Whether an item exists at the path (following symbolic links); when it
   // does and `isDirectory` is given, whether it is a directory.
   virtual bool fileExistsAtPath(const std::string& path, bool* isDirectory = nullptr) = 0;
+  // Whether a new item cannot take the path's name: something is there (a
+  // dangling symbolic link too), or, on the drive, a cloud-only document or
+  // the same name in another Unicode normal form holds it. Free-name searches
+  // and move destinations ask this, never fileExistsAtPath().
+  virtual bool isNameTakenAtPath(const std::string& path) = 0;
   // The attributes of the item itself (a symbolic link is not followed).
   virtual Result<FileAttributes> attributesOfItemAtPath(const std::string& path) = 0;
 

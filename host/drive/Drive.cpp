@@ -651,6 +651,20 @@ std::optional<Error> Drive::moveItem(const std::string& rawFrom, const std::stri
   return std::nullopt;
 }
 
+namespace {
+
+// A copy of the item seen as `before` is still a copy of it when its identity,
+// size and modification time are unchanged (a package: its top folder's).
+bool sameVersion(const struct stat& before, const struct stat& now) {
+  return before.st_dev == now.st_dev && before.st_ino == now.st_ino && before.st_size == now.st_size &&
+         before.st_mtim.tv_sec == now.st_mtim.tv_sec && before.st_mtim.tv_nsec == now.st_mtim.tv_nsec;
+}
+
+// How often an eviction copies a document that keeps changing during its copy.
+constexpr int kEvictionCopyAttempts = 3;
+
+}  // namespace
+
 std::optional<Error> Drive::evictItem(const std::string& rawPath) {
   const ForgetReads forget;
   const auto normalized = normal(rawPath);
@@ -658,72 +672,108 @@ std::optional<Error> Drive::evictItem(const std::string& rawPath) {
     return driveWriteError(EINVAL, rawPath);
   }
   const std::string& path = *normalized;
-  std::lock_guard lock(mutex_);
   const auto relative = relativeTo(path, root_);
   if (!relative) {
     return driveError(ErrorCode::FeatureUnsupported, path,
                       platform::localizedFormat("“%@” is not in Velune Drive.", splitParent(path).second));
   }
-  if (auto refused = checkChangeablePath(path, false)) {
-    return refused;
-  }
-  const ItemState state = stateOf(path);
-  if (state == ItemState::CloudOnly) {
+  const std::string cloudItem = cloudPath(*relative);
+  // The server's new copy is made outside the lock (a big document must not
+  // hold up this phone's other changes) and checked under it against the
+  // document: one that changed meanwhile is copied again.
+  std::string staged;
+  struct stat stagedFrom {};
+  auto discardStaged = [&] {
+    if (!staged.empty()) {
+      operations_.removeTree(staged);
+      staged.clear();
+    }
+  };
+  for (int copies = 0;;) {
+    std::unique_lock lock(mutex_);
+    ReadScope::forget();
+    if (auto refused = checkChangeablePath(path, false)) {
+      discardStaged();
+      return refused;
+    }
+    const ItemState state = stateOf(path);
+    if (state == ItemState::CloudOnly) {
+      discardStaged();
+      return std::nullopt;
+    }
+    struct stat info {};
+    if (state == ItemState::Missing || ::lstat(path.c_str(), &info) != 0) {
+      discardStaged();
+      return driveWriteError(ENOENT, path);
+    }
+    const bool isFolder = S_ISDIR(info.st_mode);
+    PlaceholderMetadata metadata;
+    if (isFolder) {
+      // Only documents leave the phone; a package is one (its extension says so).
+      const std::string name = splitParent(path).second;
+      const size_t dot = name.rfind('.');
+      if (dot == std::string::npos || dot == 0 || dot + 1 == name.size()) {
+        discardStaged();
+        return driveError(
+            ErrorCode::FeatureUnsupported, path,
+            platform::localizedFormat("“%@” is a folder; only documents can be removed from this phone.", name));
+      }
+      metadata.isPackage = true;
+    } else if (!S_ISREG(info.st_mode)) {
+      discardStaged();
+      return driveError(ErrorCode::FeatureUnsupported, path,
+                        platform::localizedFormat("“%@” is a folder; only documents can be removed from this phone.",
+                                                  splitParent(path).second));
+    } else {
+      metadata.size = static_cast<std::uint64_t>(info.st_size);
+    }
+    // The server must hold the bytes before the phone lets go of them.
+    struct stat cloudInfo {};
+    const bool cloudCurrent =
+        operations_.statItem(cloudItem, cloudInfo) == 0 && S_ISREG(cloudInfo.st_mode) && !isFolder &&
+        cloudInfo.st_size == info.st_size &&
+        (cloudInfo.st_mtim.tv_sec > info.st_mtim.tv_sec ||
+         (cloudInfo.st_mtim.tv_sec == info.st_mtim.tv_sec && cloudInfo.st_mtim.tv_nsec >= info.st_mtim.tv_nsec));
+    if (!cloudCurrent && (staged.empty() || !sameVersion(stagedFrom, info))) {
+      discardStaged();
+      if (copies == kEvictionCopyAttempts) {
+        return driveWriteError(EBUSY, path);
+      }
+      ++copies;
+      lock.unlock();
+      if (const int error = operations_.makeDirectories(splitParent(cloudItem).first)) {
+        return driveWriteError(error, path);
+      }
+      if (const int error = operations_.copyToTemporary(path, cloudItem, staged)) {
+        return driveWriteError(error, path);
+      }
+      stagedFrom = info;
+      continue;
+    }
+    if (!cloudCurrent) {
+      const int error = operations_.installCopy(staged, cloudItem, /*replace=*/true);
+      staged.clear();
+      if (error != 0) {
+        return driveWriteError(error, path);
+      }
+    }
+    discardStaged();
+    metadata.modified = platform::Date::fromSecondsSince1970(static_cast<double>(info.st_mtim.tv_sec) +
+                                                             static_cast<double>(info.st_mtim.tv_nsec) / 1e9);
+    metadata.created = metadata.modified;
+    if (auto attributes = readAttributes(path); attributes.ok()) {
+      metadata.attributes = attributes.value();
+    }
+    if (const int error = operations_.writeFile(placeholderPathFor(path), metadata.serialize(), /*replace=*/true)) {
+      return driveWriteError(error, path);
+    }
+    if (const int error = operations_.removeTree(path)) {
+      operations_.unlinkFile(placeholderPathFor(path));
+      return driveWriteError(error, path);
+    }
+    operations_.unlinkFile(sidecarPathFor(path));
     return std::nullopt;
   }
-  struct stat info {};
-  if (state == ItemState::Missing || ::lstat(path.c_str(), &info) != 0) {
-    return driveWriteError(ENOENT, path);
-  }
-  const bool isFolder = S_ISDIR(info.st_mode);
-  PlaceholderMetadata metadata;
-  if (isFolder) {
-    // Only documents leave the phone; a package is one (its extension says so).
-    const std::string name = splitParent(path).second;
-    const size_t dot = name.rfind('.');
-    if (dot == std::string::npos || dot == 0 || dot + 1 == name.size()) {
-      return driveError(
-          ErrorCode::FeatureUnsupported, path,
-          platform::localizedFormat("“%@” is a folder; only documents can be removed from this phone.", name));
-    }
-    metadata.isPackage = true;
-  } else if (!S_ISREG(info.st_mode)) {
-    return driveError(ErrorCode::FeatureUnsupported, path,
-                      platform::localizedFormat("“%@” is a folder; only documents can be removed from this phone.",
-                                                splitParent(path).second));
-  } else {
-    metadata.size = static_cast<std::uint64_t>(info.st_size);
-  }
-  metadata.modified = platform::Date::fromSecondsSince1970(static_cast<double>(info.st_mtim.tv_sec) +
-                                                           static_cast<double>(info.st_mtim.tv_nsec) / 1e9);
-  metadata.created = metadata.modified;
-  if (auto attributes = readAttributes(path); attributes.ok()) {
-    metadata.attributes = attributes.value();
-  }
-  // The server must hold the bytes before the phone lets go of them.
-  const std::string cloudItem = cloudPath(*relative);
-  struct stat cloudInfo {};
-  const bool cloudCurrent =
-      operations_.statItem(cloudItem, cloudInfo) == 0 && S_ISREG(cloudInfo.st_mode) && !isFolder && cloudInfo.st_size == info.st_size &&
-      (cloudInfo.st_mtim.tv_sec > info.st_mtim.tv_sec ||
-       (cloudInfo.st_mtim.tv_sec == info.st_mtim.tv_sec && cloudInfo.st_mtim.tv_nsec >= info.st_mtim.tv_nsec));
-  if (!cloudCurrent) {
-    if (const int error = operations_.makeDirectories(splitParent(cloudItem).first)) {
-      return driveWriteError(error, path);
-    }
-    if (const int error = operations_.copyItem(path, cloudItem, /*replace=*/true)) {
-      return driveWriteError(error, path);
-    }
-  }
-  if (const int error = operations_.writeFile(placeholderPathFor(path), metadata.serialize(), /*replace=*/true)) {
-    return driveWriteError(error, path);
-  }
-  if (const int error = operations_.removeTree(path)) {
-    operations_.unlinkFile(placeholderPathFor(path));
-    return driveWriteError(error, path);
-  }
-  operations_.unlinkFile(sidecarPathFor(path));
-  return std::nullopt;
 }
 
 std::optional<Error> Drive::deleteContainerContents(const std::string& containerIdentifier) {
@@ -840,15 +890,31 @@ std::optional<Error> Drive::cloudAdd(const std::string& relative, const CloudDoc
   if (auto refused = checkChangeablePath(path, true)) {
     return refused;
   }
-  std::lock_guard lock(mutex_);
-  if (isNameTaken(path)) {
-    return driveWriteError(EEXIST, path);
+  {
+    std::lock_guard lock(mutex_);
+    if (isNameTaken(path)) {
+      return driveWriteError(EEXIST, path);
+    }
   }
+  // The bytes are written beside their place outside the lock (a big document
+  // must not hold up this phone's other changes); the lock covers the names.
   const std::string cloudFile = cloudPath(relative);
   if (const int error = operations_.makeDirectories(splitParent(cloudFile).first)) {
     return driveWriteError(error, path);
   }
-  if (const int error = writeCloudBytes(cloudFile, document, /*replace=*/false)) {
+  const std::string staged = FileOperations::temporaryPathBeside(cloudFile);
+  if (const int error = writeCloudBytes(staged, document, /*replace=*/false)) {
+    operations_.removeTree(staged);
+    return driveWriteError(error, path);
+  }
+  std::lock_guard lock(mutex_);
+  ReadScope::forget();
+  if (isNameTaken(path)) {
+    operations_.removeTree(staged);
+    return driveWriteError(EEXIST, path);
+  }
+  if (const int error = operations_.renameNoReplace(staged, cloudFile)) {
+    operations_.removeTree(staged);
     return driveWriteError(error, path);
   }
   struct stat info {};
@@ -899,17 +965,47 @@ std::optional<Error> Drive::cloudModify(const std::string& relative, const Cloud
   if (auto refused = checkChangeablePath(path, false)) {
     return refused;
   }
-  std::lock_guard lock(mutex_);
   const std::string cloudFile = cloudPath(relative);
   struct stat info {};
   if (operations_.statItem(cloudFile, info) != 0 || S_ISDIR(info.st_mode)) {
     return driveWriteError(ENOENT, path);
   }
+  // The new version is staged beside the server's copy, and beside the
+  // phone's when it has one, outside the lock (a big document must not hold
+  // up this phone's other changes); the lock covers the renames.
+  Staged staged;
+  staged.cloud = FileOperations::temporaryPathBeside(cloudFile);
+  if (const int error = writeCloudBytes(staged.cloud, document, /*replace=*/false)) {
+    operations_.removeTree(staged.cloud);
+    return driveWriteError(error, path);
+  }
+  if (stateOf(path) == ItemState::Present) {
+    if (const int error = operations_.copyToTemporary(staged.cloud, path, staged.phone)) {
+      operations_.removeTree(staged.cloud);
+      return driveWriteError(error, path);
+    }
+  }
+  std::lock_guard lock(mutex_);
+  ReadScope::forget();
+  auto discard = [&] {
+    operations_.removeTree(staged.cloud);
+    if (!staged.phone.empty()) {
+      operations_.removeTree(staged.phone);
+    }
+  };
+  if (operations_.statItem(cloudFile, info) != 0 || S_ISDIR(info.st_mode)) {
+    discard();
+    return driveWriteError(ENOENT, path);
+  }
   const ItemState state = stateOf(path);
   if (state == ItemState::Present) {
-    return replaceOnBothSides(path, cloudFile, document);
+    return replaceOnBothSides(path, cloudFile, staged);
   }
-  if (const int error = writeCloudBytes(cloudFile, document, /*replace=*/true)) {
+  if (!staged.phone.empty()) {
+    operations_.removeTree(staged.phone);  // the phone's copy went meanwhile
+  }
+  if (const int error = operations_.renameReplacing(staged.cloud, cloudFile)) {
+    operations_.removeTree(staged.cloud);
     return driveWriteError(error, path);
   }
   operations_.statItem(cloudFile, info);
@@ -934,41 +1030,40 @@ std::optional<Error> Drive::cloudModify(const std::string& relative, const Cloud
 }
 
 std::optional<Error> Drive::replaceOnBothSides(const std::string& path, const std::string& cloudFile,
-                                               const CloudDocument& document) {
+                                               Staged& staged) {
   // The new version is staged beside both copies first; a journal then names
   // the staged files, and the two renames follow. A kill before the journal
   // exists leaves both old versions (the staged files are a dead process's
   // temporary files); after it, the next start completes the change when the
   // server's copy was already replaced and undoes it otherwise
   // (TemporaryFileSweeper), so both sides always end up equal.
-  const std::string cloudStaged = FileOperations::temporaryPathBeside(cloudFile);
-  const std::string phoneStaged = FileOperations::temporaryPathBeside(path);
   const std::string journal = joinPath(splitParent(path).first, newTemporaryName(kReplacementJournalSuffix));
   auto discard = [&] {
     operations_.unlinkFile(journal);
-    operations_.removeTree(phoneStaged);
-    operations_.removeTree(cloudStaged);
+    if (!staged.phone.empty()) {
+      operations_.removeTree(staged.phone);
+    }
+    operations_.removeTree(staged.cloud);
   };
-  if (const int error = writeCloudBytes(cloudStaged, document, /*replace=*/false)) {
-    discard();
-    return driveWriteError(error, path);
-  }
-  if (const int error = operations_.copyItem(cloudStaged, phoneStaged, /*replace=*/false)) {
-    discard();
-    return driveWriteError(error, path);
+  if (staged.phone.empty()) {
+    // The phone got its copy while the new version was staged: copied here, under the lock.
+    if (const int error = operations_.copyToTemporary(staged.cloud, path, staged.phone)) {
+      discard();
+      return driveWriteError(error, path);
+    }
   }
   const nlohmann::json entry = {{"name", splitParent(path).second},
-                                {"staged", splitParent(phoneStaged).second},
-                                {"cloudStaged", splitParent(cloudStaged).second}};
+                                {"staged", splitParent(staged.phone).second},
+                                {"cloudStaged", splitParent(staged.cloud).second}};
   if (const int error = operations_.writeFile(journal, homeJsonText(entry), /*replace=*/false)) {
     discard();
     return driveWriteError(error, path);
   }
-  if (const int error = operations_.renameReplacing(cloudStaged, cloudFile)) {
+  if (const int error = operations_.renameReplacing(staged.cloud, cloudFile)) {
     discard();
     return driveWriteError(error, path);
   }
-  if (const int error = operations_.renameReplacing(phoneStaged, path)) {
+  if (const int error = operations_.renameReplacing(staged.phone, path)) {
     PLATFORM_LOG(kLogWarning, "The server has the new version of %@ but this phone does not: %@", path,
                  driveWriteError(error, path));
     discard();

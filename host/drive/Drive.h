@@ -22,7 +22,10 @@
 //
 // Paths are absolute. Items outside the drive are refused by the changing
 // operations when they would leave it (by "..", or by symbolic links of the
-// existing folders). Thread-safe: this process's changes are serialised.
+// existing folders). Thread-safe: this process's changes are serialised by
+// one lock over the names they check and take; the bytes of a document (the
+// copy of an eviction, another device's new version) are copied into
+// temporary files before it is taken, so a rename never waits for a copy.
 
 #include <cstdint>
 #include <mutex>
@@ -142,10 +145,16 @@ class Drive {
                                                      const PlaceholderMetadata& metadata);
   std::optional<platform::Error> removeLocal(const std::string& path);
   int writeCloudBytes(const std::string& cloudFile, const CloudDocument& document, bool replace);
+  // A new version written beside the server's copy and (when the phone has
+  // the document) beside the phone's: temporary paths, empty when not made.
+  struct Staged {
+    std::string cloud;
+    std::string phone;
+  };
   // cloudModify() of a document that is on the phone: both copies change, or
-  // (after a kill and the next start's sweep) neither.
+  // (after a kill and the next start's sweep) neither. Under the lock.
   std::optional<platform::Error> replaceOnBothSides(const std::string& path, const std::string& cloudFile,
-                                                    const CloudDocument& document);
+                                                    Staged& staged);
 
   std::string root_;
   std::string cloudRoot_;

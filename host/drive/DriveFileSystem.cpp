@@ -38,6 +38,13 @@ bool DriveFileSystem::fileExistsAtPath(const std::string& path, bool* isDirector
   return found;
 }
 
+bool DriveFileSystem::isNameTakenAtPath(const std::string& path) {
+  if (!drive_->relativePath(path)) {
+    return PosixFileSystem::isNameTakenAtPath(path);
+  }
+  return drive_->isNameTaken(path);
+}
+
 std::optional<platform::Error> DriveFileSystem::createDirectoryAtPath(const std::string& path,
                                                                       bool withIntermediateDirectories) {
   return drive_->createDirectory(path, withIntermediateDirectories);

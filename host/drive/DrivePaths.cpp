@@ -41,17 +41,6 @@ bool isTemporaryName(std::string_view name) {
   return name.starts_with(kTemporaryPrefix);
 }
 
-std::pair<std::string, std::string> splitParent(std::string_view path) {
-  const size_t slash = path.rfind('/');
-  if (slash == std::string_view::npos) {
-    return {".", std::string(path)};
-  }
-  if (slash == 0) {
-    return {"/", std::string(path.substr(1))};
-  }
-  return {std::string(path.substr(0, slash)), std::string(path.substr(slash + 1))};
-}
-
 std::string joinPath(std::string_view folder, std::string_view name) {
   std::string out(folder);
   if (out.empty() || out.back() != '/') {

@@ -14,6 +14,8 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/PathNames.h"
+
 namespace velune::host {
 
 inline constexpr std::string_view kPlaceholderSuffix = ".placeholder";
@@ -31,8 +33,7 @@ std::optional<std::string> logicalNameOfPlaceholder(std::string_view name);
 std::optional<std::string> logicalNameOfSidecar(std::string_view name);
 bool isTemporaryName(std::string_view name);
 
-// "/a/b/c" → {"/a/b", "c"}; "/c" → {"/", "c"}.
-std::pair<std::string, std::string> splitParent(std::string_view path);
+using platform::splitParent;
 std::string joinPath(std::string_view folder, std::string_view name);
 // The placeholder or sidecar path beside the item at `path`.
 std::string placeholderPathFor(std::string_view path);

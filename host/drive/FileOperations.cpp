@@ -11,60 +11,13 @@
 #include <vector>
 
 #include "host/drive/DrivePaths.h"
+#include "host/drive/FolderEntries.h"
 #include "host/drive/TemporaryNames.h"
 #include "platform/Log.h"
 
 namespace velune::host {
 
 namespace {
-
-// The names of an open folder ("." and ".." left out); the folder stays open.
-int namesIn(int folderFd, std::vector<std::string>& names) {
-  const int copy = ::openat(folderFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (copy < 0) {
-    return errno;
-  }
-  DIR* folder = ::fdopendir(copy);
-  if (folder == nullptr) {
-    const int error = errno;
-    ::close(copy);
-    return error;
-  }
-  while (const dirent* entry = ::readdir(folder)) {
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") {
-      names.emplace_back(name);
-    }
-  }
-  ::closedir(folder);
-  return 0;
-}
-
-int removeAt(int folderFd, const std::string& name) {
-  struct stat info {};
-  if (::fstatat(folderFd, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
-    return errno;
-  }
-  if (!S_ISDIR(info.st_mode)) {
-    return ::unlinkat(folderFd, name.c_str(), 0) == 0 ? 0 : errno;
-  }
-  {
-    const UniqueFd inner(::openat(folderFd, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!inner.valid()) {
-      return errno;
-    }
-    std::vector<std::string> names;
-    if (const int error = namesIn(inner.get(), names)) {
-      return error;
-    }
-    for (const auto& child : names) {
-      if (const int error = removeAt(inner.get(), child)) {
-        return error;
-      }
-    }
-  }
-  return ::unlinkat(folderFd, name.c_str(), AT_REMOVEDIR) == 0 ? 0 : errno;
-}
 
 int copyBytes(int in, int out) {
   std::vector<char> buffer(1 << 20);
@@ -114,12 +67,12 @@ int copyTreeAt(int fromFolder, const std::string& name, bool followTop, int toFo
     if (!to.valid()) {
       return errno;
     }
-    std::vector<std::string> names;
-    if (const int error = namesIn(from.get(), names)) {
+    std::vector<FolderEntry> entries;
+    if (const int error = entriesOfFolderAt(from.get(), entries)) {
       return error;
     }
-    for (const auto& child : names) {
-      if (const int error = copyTreeAt(from.get(), child, false, to.get(), child)) {
+    for (const auto& child : entries) {
+      if (const int error = copyTreeAt(from.get(), child.name, false, to.get(), child.name)) {
         return error;
       }
     }
@@ -345,16 +298,20 @@ int FileOperations::renameAt(const Place& from, const Place& to, bool replace) {
   return 0;
 }
 
-int FileOperations::renameNoReplace(const std::string& from, const std::string& to) {
+int FileOperations::placeRename(const std::string& from, const std::string& to, Place& source, Place& destination) {
   if (const int fault = injected("rename", to)) {
     return fault;
   }
-  Place source;
-  Place destination;
   if (const int error = place(from, source)) {
     return error;
   }
-  if (const int error = place(to, destination)) {
+  return place(to, destination);
+}
+
+int FileOperations::renameNoReplace(const std::string& from, const std::string& to) {
+  Place source;
+  Place destination;
+  if (const int error = placeRename(from, to, source, destination)) {
     return error;
   }
   bool force = false;
@@ -375,15 +332,9 @@ int FileOperations::renameNoReplace(const std::string& from, const std::string& 
 }
 
 int FileOperations::renameReplacing(const std::string& from, const std::string& to) {
-  if (const int fault = injected("rename", to)) {
-    return fault;
-  }
   Place source;
   Place destination;
-  if (const int error = place(from, source)) {
-    return error;
-  }
-  if (const int error = place(to, destination)) {
+  if (const int error = placeRename(from, to, source, destination)) {
     return error;
   }
   return renameAt(source, destination, true);
@@ -419,7 +370,7 @@ int FileOperations::removeTree(const std::string& path) {
   if (const int error = place(path, item)) {
     return error;
   }
-  return removeAt(item.folder.get(), item.name);
+  return removeItemAt(item.folder.get(), item.name);
 }
 
 int FileOperations::writeThroughTemporary(const std::string& path, bool replace,
@@ -484,7 +435,15 @@ int FileOperations::writeSparseFile(const std::string& path, std::uint64_t size,
 }
 
 int FileOperations::copyItem(const std::string& from, const std::string& to, bool replace) {
-  if (const int fault = injected("copy", to)) {
+  std::string temporary;
+  if (const int error = copyToTemporary(from, to, temporary)) {
+    return error;
+  }
+  return installCopy(temporary, to, replace);
+}
+
+int FileOperations::copyToTemporary(const std::string& from, const std::string& besidePath, std::string& temporaryPath) {
+  if (const int fault = injected("copy", besidePath)) {
     return fault;
   }
   Place source;
@@ -497,18 +456,27 @@ int FileOperations::copyItem(const std::string& from, const std::string& to, boo
     sourceInsideRoot = sourceInsideRoot || (relative && !relative->empty());
   }
   Place target;
-  if (const int error = place(to, target)) {
+  if (const int error = place(besidePath, target)) {
     return error;
   }
-  Place temporary;
-  temporary.folder = UniqueFd(::dup(target.folder.get()));
-  temporary.name = newTemporaryName();
-  if (!temporary.folder.valid()) {
-    return errno;
+  const std::string name = newTemporaryName();
+  if (const int error = copyTreeAt(source.folder.get(), source.name, !sourceInsideRoot, target.folder.get(), name)) {
+    removeItemAt(target.folder.get(), name);
+    return error;
   }
-  if (const int error =
-          copyTreeAt(source.folder.get(), source.name, !sourceInsideRoot, temporary.folder.get(), temporary.name)) {
-    removeAt(temporary.folder.get(), temporary.name);
+  temporaryPath = joinPath(splitParent(besidePath).first, name);
+  return 0;
+}
+
+int FileOperations::installCopy(const std::string& temporaryPath, const std::string& to, bool replace) {
+  Place temporary;
+  Place target;
+  int error = place(temporaryPath, temporary);
+  if (error == 0) {
+    error = place(to, target);
+  }
+  if (error != 0) {
+    removeTree(temporaryPath);
     return error;
   }
   struct stat info {};
@@ -518,24 +486,24 @@ int FileOperations::copyItem(const std::string& from, const std::string& to, boo
     Place old;
     old.folder = UniqueFd(::dup(target.folder.get()));
     old.name = newTemporaryName();
-    if (const int error = renameAt(target, old, true)) {
-      removeAt(temporary.folder.get(), temporary.name);
-      return error;
+    if (const int failed = renameAt(target, old, true)) {
+      removeItemAt(temporary.folder.get(), temporary.name);
+      return failed;
     }
-    if (const int error = renameAt(temporary, target, true)) {
+    if (const int failed = renameAt(temporary, target, true)) {
       renameAt(old, target, true);
-      removeAt(temporary.folder.get(), temporary.name);
-      return error;
+      removeItemAt(temporary.folder.get(), temporary.name);
+      return failed;
     }
-    removeAt(old.folder.get(), old.name);
+    removeItemAt(old.folder.get(), old.name);
     return 0;
   }
-  int error = injected("rename", to);
+  error = injected("rename", to);
   if (error == 0) {
     error = renameAt(temporary, target, replace);
   }
   if (error != 0) {
-    removeAt(temporary.folder.get(), temporary.name);
+    removeItemAt(temporary.folder.get(), temporary.name);
   }
   return error;
 }

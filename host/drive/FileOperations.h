@@ -78,6 +78,13 @@ class FileOperations {
   // caller named it); inside a copied tree, links, FIFOs, sockets and devices
   // are skipped: only folders and regular files are copied in.
   int copyItem(const std::string& from, const std::string& to, bool replace);
+  // copyItem() in its two steps, so that a long copy can run while the
+  // caller holds no lock and only the rename waits for it: the copy into a new
+  // temporary item in the folder of `besidePath` (its path in
+  // `temporaryPath`), then the rename of that temporary into place (removed
+  // when the rename fails).
+  int copyToTemporary(const std::string& from, const std::string& besidePath, std::string& temporaryPath);
+  int installCopy(const std::string& temporaryPath, const std::string& to, bool replace);
   // A sparse file of `size` zero bytes (the cloud side of big test documents).
   int writeSparseFile(const std::string& path, std::uint64_t size, bool replace);
   // lstat(2) of the item (confined like the changes); 0 or the errno.
@@ -100,6 +107,8 @@ class FileOperations {
   int place(const std::string& path, Place& out);
   int injected(std::string_view operation, const std::string& path);
   int renameAt(const Place& from, const Place& to, bool replace);
+  // The fault check of a rename to `to`, then where both of its paths are.
+  int placeRename(const std::string& from, const std::string& to, Place& source, Place& destination);
   // Writes a flushed temporary file with `fill`, then renames it into place.
   int writeThroughTemporary(const std::string& path, bool replace, const std::function<int(int fd)>& fill);
 

@@ -46,8 +46,6 @@ class FolderHandle {
   int fd_;
 };
 
-std::string baseName(const std::string& path) { return path.substr(path.rfind('/') + 1); }
-
 platform::Date modificationDateOf(const struct stat& info) {
   return platform::Date::fromSecondsSince1970(static_cast<double>(info.st_mtim.tv_sec) +
                                               static_cast<double>(info.st_mtim.tv_nsec) / 1e9);
@@ -188,7 +186,7 @@ std::vector<FolderListingRecord> HostFolderListingService::recordsOfEntries(
       // swapped for a link meanwhile is not read through.
       const std::string placeholder = placeholderPathFor(joinPath(path, entry.name));
       std::string text;
-      const int error = readHomeFileAt(handle.fd(), baseName(placeholder), kItemMetadataFileLimit, text);
+      const int error = readHomeFileAt(handle.fd(), splitParent(placeholder).second, kItemMetadataFileLimit, text);
       if (error == ENOENT) {
         continue;
       }
@@ -211,7 +209,7 @@ std::vector<FolderListingRecord> HostFolderListingService::recordsOfEntries(
     record.modificationDate = modificationDateOf(info);
     if (entry.hasAttributes) {
       std::string sidecar;
-      const std::string sidecarName = baseName(sidecarPathFor(joinPath(path, entry.name)));
+      const std::string sidecarName = splitParent(sidecarPathFor(joinPath(path, entry.name))).second;
       if (readHomeFileAt(handle.fd(), sidecarName, kItemMetadataFileLimit, sidecar) == 0) {
         auto attributes = ItemAttributes::parse(sidecar, entry.name, nullptr);
         if (attributes.ok()) {

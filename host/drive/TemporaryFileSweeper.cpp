@@ -13,6 +13,7 @@
 #include "host/HomeJson.h"
 #include "host/drive/BeneathPath.h"
 #include "host/drive/DrivePaths.h"
+#include "host/drive/FolderEntries.h"
 #include "host/drive/TemporaryNames.h"
 #include "platform/Log.h"
 
@@ -20,57 +21,9 @@ namespace velune::host {
 
 namespace {
 
-struct Name {
-  std::string name;
-  unsigned char type;
-};
-
-std::vector<Name> namesOf(int folderFd) {
-  std::vector<Name> names;
-  const int copy = ::openat(folderFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (copy < 0) {
-    return names;
-  }
-  DIR* folder = ::fdopendir(copy);
-  if (folder == nullptr) {
-    ::close(copy);
-    return names;
-  }
-  while (const dirent* entry = ::readdir(folder)) {
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") {
-      names.push_back({std::string(name), entry->d_type});
-    }
-  }
-  ::closedir(folder);
-  return names;
-}
-
 bool existsAt(int folderFd, const std::string& name) {
   struct stat info {};
   return folderFd >= 0 && ::fstatat(folderFd, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
-}
-
-int removeAt(int folderFd, const std::string& name) {
-  struct stat info {};
-  if (::fstatat(folderFd, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
-    return errno;
-  }
-  if (!S_ISDIR(info.st_mode)) {
-    return ::unlinkat(folderFd, name.c_str(), 0) == 0 ? 0 : errno;
-  }
-  {
-    const UniqueFd inner(::openat(folderFd, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!inner.valid()) {
-      return errno;
-    }
-    for (const auto& child : namesOf(inner.get())) {
-      if (const int error = removeAt(inner.get(), child.name)) {
-        return error;
-      }
-    }
-  }
-  return ::unlinkat(folderFd, name.c_str(), AT_REMOVEDIR) == 0 ? 0 : errno;
 }
 
 // One path component made by this system: no folder, no "." or "..".
@@ -122,7 +75,8 @@ TemporaryFileSweeper::Report TemporaryFileSweeper::sweep() {
 
 void TemporaryFileSweeper::sweepFolder(int folderFd, const std::string& relative, bool driveSide, int cloudRootFd,
                                        int depth, Report& report) {
-  const auto names = namesOf(folderFd);
+  std::vector<FolderEntry> names;
+  entriesOfFolderAt(folderFd, names);  // an unreadable folder has nothing to sweep
   if (driveSide) {
     for (const auto& entry : names) {
       if (entry.name.ends_with("." + std::string(kReplacementJournalSuffix)) && isDeadTemporary(entry.name)) {
@@ -133,7 +87,7 @@ void TemporaryFileSweeper::sweepFolder(int folderFd, const std::string& relative
   for (const auto& entry : names) {
     if (isTemporaryName(entry.name)) {
       if (isDeadTemporary(entry.name) && existsAt(folderFd, entry.name)) {
-        if (const int error = removeAt(folderFd, entry.name)) {
+        if (const int error = removeItemAt(folderFd, entry.name)) {
           PLATFORM_LOG(kLogWarning, "Cannot remove the temporary item %@ of a stopped process: %@",
                        joinPath(driveSide ? driveRoot_ : cloudRoot_, joinPath(relative, entry.name)), error);
         } else {
@@ -181,10 +135,10 @@ void TemporaryFileSweeper::finishReplacement(int folderFd, const std::string& jo
     ++report.completed;
   } else if (phoneStaged || existsAt(cloudFd, cloudStaged)) {
     if (phoneStaged) {
-      removeAt(folderFd, staged);
+      removeItemAt(folderFd, staged);
     }
     if (cloudFd >= 0 && existsAt(cloudFd, cloudStaged)) {
-      removeAt(cloudFd, cloudStaged);
+      removeItemAt(cloudFd, cloudStaged);
     }
     ++report.undone;
   }

@@ -4,11 +4,14 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
+#include <future>
 #include <thread>
 
 #include "host/drive/Drive.h"
 #include "host/drive/DrivePaths.h"
 #include "tests/support/DriveTestHome.h"
+#include "tests/support/ThreadGate.h"
 
 namespace velune::host {
 namespace {
@@ -170,6 +173,98 @@ TEST_F(DriveTest, ACloudOnlyDocumentAndAFileNeverTakeOneName) {
       EXPECT_EQ(read(home_.cloudPathOf(destination)), "cloud") << i;
     }
   }
+}
+
+// The drive held its one lock across whole-file copies (an eviction's upload,
+// another device's new version): renaming anything waited for the copy.
+TEST_F(DriveTest, MoveItem_DoesNotWaitForADocumentBeingCopied) {
+  const std::string documents = home_.documents();
+  DriveTestHome::writeRaw(documents + "/Evicted.mov", "only on the phone");
+  home_.writeDocument(documents + "/Modified.mov", "old version");
+  DriveTestHome::writeRaw(home_.layout().appData() + "/Incoming.mov", "from another device");
+  const std::vector<std::pair<std::string, std::function<std::optional<platform::Error>()>>> copyingJobs = {
+      {"eviction", [&] { return home_.drive().evictItem(documents + "/Evicted.mov"); }},
+      {"new version",
+       [&] {
+         return home_.drive().cloudModify(relative(documents + "/Modified.mov"),
+                                          Drive::CloudDocument{"new version", {}, {}, {}});
+       }},
+      {"new document",
+       [&] {
+         return home_.drive().cloudAdd(relative(documents + "/Added.mov"),
+                                       Drive::CloudDocument{{}, {}, home_.layout().appData() + "/Incoming.mov", {}});
+       }},
+  };
+  int round = 0;
+  for (const auto& [job, copy] : copyingJobs) {
+    const std::string from = home_.writeDocument(documents + "/Note " + std::to_string(round) + ".txt", "note");
+    const std::string to = documents + "/Renamed " + std::to_string(round++) + ".txt";
+    // The copy stays blocked until the rename is done (or the test has given up on it).
+    testing::ThreadGate copying;
+    testing::ThreadGate renamed;
+    home_.drive().operations().setFaultInjector([&](std::string_view operation, const std::string&) {
+      if (operation == "copy" && !copying.isOpen()) {
+        copying.open();
+        renamed.wait();
+      }
+      return 0;
+    });
+    std::optional<platform::Error> copyError;
+    std::thread copier([&, copyJob = copy] { copyError = copyJob(); });
+    ASSERT_TRUE(copying.wait()) << job;
+    auto rename = std::async(std::launch::async, [&] { return home_.drive().moveItem(from, to); });
+    const bool renamedDuringCopy = rename.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+    renamed.open();
+    copier.join();
+    home_.drive().operations().setFaultInjector(nullptr);
+    EXPECT_TRUE(renamedDuringCopy) << "the rename waited for the " << job << "'s copy";
+    EXPECT_FALSE(rename.get()) << job;
+    EXPECT_FALSE(copyError) << job;
+    EXPECT_EQ(read(to), "note") << job;
+  }
+  EXPECT_EQ(home_.drive().stateOf(documents + "/Evicted.mov"), Drive::ItemState::CloudOnly);
+  EXPECT_EQ(read(home_.cloudPathOf(documents + "/Evicted.mov")), "only on the phone");
+  EXPECT_EQ(read(documents + "/Modified.mov"), "new version");
+  EXPECT_EQ(read(home_.cloudPathOf(documents + "/Modified.mov")), "new version");
+  EXPECT_EQ(home_.drive().stateOf(documents + "/Added.mov"), Drive::ItemState::CloudOnly);
+  EXPECT_EQ(read(home_.cloudPathOf(documents + "/Added.mov")), "from another device");
+}
+
+// The copy of an eviction runs without the lock, so the document can change
+// under it: the server must end up with the last version, not a torn or old one.
+TEST_F(DriveTest, EvictItem_CopiesAgainWhatChangedDuringTheCopyAndGivesUpOnWhatKeepsChanging) {
+  const std::string document = home_.documents() + "/Draft.txt";
+  DriveTestHome::writeRaw(document, "first");
+  int copies = 0;
+  home_.drive().operations().setFaultInjector([&](std::string_view operation, const std::string&) {
+    if (operation == "copy" && copies++ == 0) {
+      DriveTestHome::writeRaw(document, "second, longer");
+    }
+    return 0;
+  });
+  EXPECT_FALSE(home_.drive().evictItem(document));
+  EXPECT_EQ(copies, 2);
+  EXPECT_EQ(read(home_.cloudPathOf(document)), "second, longer");
+  auto metadata = home_.drive().readPlaceholder(document);
+  ASSERT_TRUE(metadata.ok());
+  EXPECT_EQ(metadata.value().size, std::string("second, longer").size());
+
+  // Changed during every copy: refused, the phone keeps its document.
+  const std::string busy = home_.documents() + "/Busy.txt";
+  DriveTestHome::writeRaw(busy, "v");
+  std::string version = "v";
+  home_.drive().operations().setFaultInjector([&](std::string_view operation, const std::string&) {
+    if (operation == "copy") {
+      DriveTestHome::writeRaw(busy, version += "v");
+    }
+    return 0;
+  });
+  auto error = home_.drive().evictItem(busy);
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->code(), ErrorCode::FileWriteUnknown);
+  EXPECT_EQ(home_.drive().stateOf(busy), Drive::ItemState::Present);
+  EXPECT_EQ(read(busy), version);
+  EXPECT_FALSE(exists(placeholderPathFor(busy)));
 }
 
 TEST_F(DriveTest, FileOperations_FallbackRenameNeverReplaces) {

@@ -10,6 +10,8 @@
 #include "model/FileUtils.h"
 #include "platform/FileCoordinationService.h"
 #include "platform/FileCoordinator.h"
+#include "platform/Platform.h"
+#include "platform/SyncURLService.h"
 #include "tests/support/DriveTestHome.h"
 
 namespace velune {
@@ -312,16 +314,35 @@ TEST_F(FileUtilsOperationsTest, Move_ACloudOnlyDocumentMovesItsPlaceholderAndIts
   EXPECT_FALSE(exists(folder + "/Cloud.pdf"));  // still cloud-only
 }
 
-TEST_F(FileUtilsOperationsTest, Move_NeverReplacesAndUndoesWhatTheServerRefuses) {
-  // The name is taken by a cloud-only document: refused, nothing replaced.
+// A cloud-only document's name did not count as taken: a move onto it went to
+// that very name and failed with "file exists" instead of taking a free one.
+TEST_F(FileUtilsOperationsTest, Move_OntoACloudOnlyDocumentsNameGoesToTheFirstFreeVariant) {
   const std::string taken = home_.writeCloudOnly(home_.documents() + "/Taken.txt", "cloud bytes");
   const std::string mover = home_.writeDocument(home_.documents() + "/Mover.txt", "mover");
-  auto error = FileUtils::move(fileURL(mover), fileURL(taken));
+  URL movedTo;
+  EXPECT_FALSE(FileUtils::move(fileURL(mover), fileURL(taken), &movedTo));
+  EXPECT_EQ(movedTo.path(), home_.documents() + "/Taken 2.txt");
+  EXPECT_EQ(DriveTestHome::read(home_.documents() + "/Taken 2.txt"), "mover");
+  EXPECT_EQ(DriveTestHome::read(home_.cloudPathOf(home_.documents() + "/Taken 2.txt")), "mover");
+  EXPECT_EQ(home_.drive().stateOf(taken), host::Drive::ItemState::CloudOnly);
+  EXPECT_EQ(DriveTestHome::read(home_.cloudPathOf(taken)), "cloud bytes");
+  EXPECT_FALSE(exists(mover));
+  // The name check does not make the document exist: it still has to be downloaded.
+  EXPECT_FALSE(FileUtils::exists(home_.url(taken)));
+  EXPECT_TRUE(FileUtils::isNameTaken(home_.url(taken)));
+}
+
+TEST_F(FileUtilsOperationsTest, Move_NeverReplacesAndUndoesWhatTheServerRefuses) {
+  // Straight to the move service (no free-name search): a cloud-only
+  // document's name is refused as taken, nothing is lost on either side.
+  const std::string taken = home_.writeCloudOnly(home_.documents() + "/Taken.txt", "cloud bytes");
+  const std::string mover = home_.writeDocument(home_.documents() + "/Mover.txt", "mover");
+  auto error = VELUNE_SERVICE(syncURLs)->moveItemAtURL(fileURL(mover), fileURL(taken));
   ASSERT_TRUE(error);
   EXPECT_EQ(error->code(), ErrorCode::FileWriteFileExists);
-  EXPECT_TRUE(testing::loggedPrefixAt(kLogWarning, "SY Move failed: "));
-  EXPECT_TRUE(testing::loggedPrefixAt(kLogWarning, "Move failed: "));
   EXPECT_EQ(DriveTestHome::read(mover), "mover");
+  EXPECT_EQ(DriveTestHome::read(home_.cloudPathOf(mover)), "mover");
+  EXPECT_EQ(home_.drive().stateOf(taken), host::Drive::ItemState::CloudOnly);
   EXPECT_EQ(DriveTestHome::read(home_.cloudPathOf(taken)), "cloud bytes");
 
   // The server cannot take the move: the move here is undone.
@@ -386,6 +407,26 @@ TEST_F(FileUtilsOperationsTest, UniqueNames_FirstFreeVariantOrTheNameItself) {
   // A name that is only an extension keeps it as its stem.
   home_.writeDocument(folder + "/.hidden", "h");
   EXPECT_EQ(FileUtils::stringByUniquingPathInsideDirectory(folder, ".hidden"), " 2.hidden");
+}
+
+// The free-name search saw only real files: it could pick the name of a
+// cloud-only document, and the move to that name then failed.
+TEST_F(FileUtilsOperationsTest, UniqueNames_SkipCloudOnlyDocuments) {
+  const std::string folder = home_.makeFolder(home_.documents() + "/Names");
+  home_.writeDocument(folder + "/Report.pdf", "first");
+  home_.writeCloudOnly(folder + "/Report 2.pdf", "second, in the cloud");
+  EXPECT_EQ(FileUtils::stringByUniquingPathInsideDirectory(folder, "Report.pdf"), "Report 3.pdf");
+  // Cloud-only itself, and under its name's other Unicode form.
+  home_.writeCloudOnly(folder + "/Cloud", "c");
+  EXPECT_EQ(FileUtils::generateUniquePath(folderURL(folder + "/Cloud")).path(), folder + "/Cloud 2");
+  home_.writeCloudOnly(folder + "/Cafe\u0301.txt", "c");
+  EXPECT_EQ(FileUtils::stringByUniquingPathInsideDirectory(folder, "Caf\u00E9.txt"), "Caf\u00E9 2.txt");
+  // The whole way: a move into the folder lands on the free name.
+  const std::string report = home_.writeDocument(home_.documents() + "/Report.pdf", "moved");
+  EXPECT_FALSE(FileUtils::move(fileURL(report), fileURL(folder + "/Report.pdf")));
+  EXPECT_EQ(DriveTestHome::read(folder + "/Report 3.pdf"), "moved");
+  EXPECT_EQ(DriveTestHome::read(home_.cloudPathOf(folder + "/Report 2.pdf")), "second, in the cloud");
+  EXPECT_EQ(home_.drive().stateOf(folder + "/Report 2.pdf"), host::Drive::ItemState::CloudOnly);
 }
 
 TEST_F(FileUtilsOperationsTest, EvictDocument_LeavesTheDocumentOnlyInTheCloud) {

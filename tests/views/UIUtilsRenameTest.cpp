@@ -89,6 +89,26 @@ TEST_F(UIUtilsRenameTest, RenameMovesToTheNewNameOrItsFirstFreeVariant) {
       DriveTestHome::exists(host::placeholderPathFor(home_.documents() + "/\u05E2\u05D1\u05E8\u05D9\u05EA.txt")));
 }
 
+// A cloud-only document's name did not count as taken: renaming Report.pdf to
+// "Summary" beside a cloud-only Summary.pdf failed with "file exists".
+TEST_F(UIUtilsRenameTest, Rename_ToACloudOnlyDocumentsNameGivesTheFirstFreeVariant) {
+  const std::string file = home_.writeDocument(home_.documents() + "/Report.pdf", "report");
+  const std::string summary = home_.writeCloudOnly(home_.documents() + "/Summary.pdf", "summary in the cloud");
+  EXPECT_FALSE(UIUtils::renameItemAtURL(fileURL(file), "Summary"));
+  EXPECT_EQ(DriveTestHome::read(home_.documents() + "/Summary 2.pdf"), "report");
+  EXPECT_EQ(home_.drive().stateOf(summary), host::Drive::ItemState::CloudOnly);
+  EXPECT_EQ(DriveTestHome::read(home_.cloudPathOf(summary)), "summary in the cloud");
+
+  // Cloud-only onto cloud-only: both stay in the cloud, the renamed one under the free name.
+  const std::string notes = home_.writeCloudOnly(home_.documents() + "/Notes.pdf", "notes in the cloud");
+  EXPECT_FALSE(UIUtils::renameItemAtURL(home_.url(summary), "Notes"));
+  EXPECT_EQ(home_.drive().stateOf(home_.documents() + "/Notes 2.pdf"), host::Drive::ItemState::CloudOnly);
+  EXPECT_EQ(DriveTestHome::read(home_.cloudPathOf(home_.documents() + "/Notes 2.pdf")), "summary in the cloud");
+  EXPECT_EQ(home_.drive().stateOf(notes), host::Drive::ItemState::CloudOnly);
+  EXPECT_EQ(DriveTestHome::read(home_.cloudPathOf(notes)), "notes in the cloud");
+  EXPECT_EQ(home_.drive().stateOf(summary), host::Drive::ItemState::Missing);
+}
+
 TEST_F(UIUtilsRenameTest, RenamingAReferenceRenamesItsTarget) {
   const std::string target = home_.writeDocument(home_.documents(testing::kDrillrunContainer) + "/Warmup.drill", "w");
   const std::string reference = home_.documents() + "/Warmup.vdref";
