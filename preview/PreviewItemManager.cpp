@@ -260,8 +260,11 @@ void PreviewItemManager::startDownloading(DownloadCompletion completion) {
   DRLOG(kLogDebug, "Dispatching download...");
   std::weak_ptr<PreviewItemManager> weakSelf = weak_from_this();
   downloadQueue_->async([weakSelf, completion = std::move(completion)] {
-    if (const auto self = weakSelf.lock()) {
+    if (auto self = weakSelf.lock()) {
       self->startDownloadingNow(completion);
+      // This may be the last hold on the manager, which holds the navigation
+      // controller and its listings: they must end on the main thread.
+      platform::DispatchQueue::main()->async([self = std::move(self)] {});
     }
   });
 }
