@@ -28,6 +28,7 @@
 #include <string>
 #include <vector>
 
+#include "BenchHomeFolder.h"
 #include "MedianTimesReporter.h"
 #include "host/FileIO.h"
 #include "host/HomeLayout.h"
@@ -246,14 +247,8 @@ class RotatingDetailsPage {
   static inline RotatingDetailsPage* instance_ = nullptr;
 
   RotatingDetailsPage() {
-    std::string pattern = (std::filesystem::current_path() / "velune-details-bench-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) {
-      std::perror("mkdtemp");
-      std::abort();
-    }
-    root_ = pattern;
+    root_ = velune::bench::makeBenchHomeFolder(std::filesystem::current_path(), "velune-details-bench");
     const velune::host::HomeLayout layout(root_);
-    layout.ensureSkeleton();
     (void)velune::host::writeFileAtomically(layout.containersJson(), velune::host::DemoHome::containersJson());
     const std::string documents = layout.mobileDocuments() + "/com.vorlan.drive/Documents/Projects";
     std::filesystem::create_directories(documents);

@@ -34,6 +34,7 @@
 #include <string>
 #include <vector>
 
+#include "BenchHomeFolder.h"
 #include "MedianTimesReporter.h"
 #include "NullLogs.h"
 #include "diag/DRLogging.h"
@@ -81,14 +82,8 @@ class BenchHome {
  private:
   BenchHome() {
     // In the build folder's file system rather than /tmp (often memory).
-    std::string pattern = (std::filesystem::current_path() / "velune-download-bench-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) {
-      std::perror("mkdtemp");
-      std::abort();
-    }
-    root_ = pattern;
+    root_ = velune::bench::makeBenchHomeFolder(std::filesystem::current_path(), "velune-download-bench");
     const velune::host::HomeLayout layout(root_);
-    layout.ensureSkeleton();
     const std::string documents = layout.mobileDocuments() + "/com.vorlan.drive/Documents";
     const std::string cloudDocuments = layout.cloud() + "/com.vorlan.drive/Documents";
     std::filesystem::create_directories(documents);

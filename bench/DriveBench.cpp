@@ -32,6 +32,7 @@
 #include <set>
 #include <string>
 
+#include "BenchHomeFolder.h"
 #include "MedianTimesReporter.h"
 #include "NullLogs.h"
 #include "diag/DRLogging.h"
@@ -81,14 +82,8 @@ class BenchHome {
 
  private:
   BenchHome() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "velune-bench-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) {
-      std::perror("mkdtemp");
-      std::abort();
-    }
-    root_ = pattern;
+    root_ = velune::bench::makeBenchHomeFolder(std::filesystem::temp_directory_path(), "velune-bench");
     const velune::host::HomeLayout layout(root_);
-    layout.ensureSkeleton();
     const std::string documents = layout.mobileDocuments() + "/com.vorlan.drive/Documents";
     const std::string cloudDocuments = layout.cloud() + "/com.vorlan.drive/Documents";
     bigFolder = documents + "/Ten Thousand";

@@ -27,6 +27,7 @@
 #include <set>
 #include <string>
 
+#include "BenchHomeFolder.h"
 #include "MedianTimesReporter.h"
 #include "NullLogs.h"
 #include "app/DocumentListControllerStatusBar.h"
@@ -97,14 +98,8 @@ class BenchHome {
 
  private:
   BenchHome() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "velune-listing-bench-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) {
-      std::perror("mkdtemp");
-      std::abort();
-    }
-    root_ = pattern;
+    root_ = velune::bench::makeBenchHomeFolder(std::filesystem::temp_directory_path(), "velune-listing-bench");
     const velune::host::HomeLayout layout(root_);
-    layout.ensureSkeleton();
     documents = layout.mobileDocuments() + "/com.vorlan.drive/Documents";
     const char* extensions[] = {"txt", "pdf", "png", "md", "csv", "jpg", "mp4", "docx", "zip", "json"};
     for (const int count : {10'000, 100}) {
